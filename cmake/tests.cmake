@@ -1,0 +1,12 @@
+find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
+
+# crane_test(name label library...) builds tst_name.cpp and registers it with CTest.
+#
+# The labels: "unit" needs nothing but the machine; "integration" needs a broker, a
+# pseudo-terminal or a sound server, and fails with the reason where one is missing.
+function(crane_test name label)
+  add_executable(tst_${name} tst_${name}.cpp)
+  target_link_libraries(tst_${name} PRIVATE crane_options Qt5::Test ${ARGN})
+  add_test(NAME ${name} COMMAND tst_${name})
+  set_tests_properties(${name} PROPERTIES LABELS ${label} TIMEOUT 120)
+endfunction()
