@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QVector>
+
+#include <optional>
+
+#include "foundationdata.h"
+#include "tbasis.h"
+
+/// What one report of a neighbour means: calibration, motion taken over, clearances, alarms.
+///
+/// Pure functions on values; the caller sends and saves what comes out. The thresholds are the own
+/// crane's safety distance, without a release margin. An alarm keeps the text, and so the
+/// distance, of the moment it was raised.
+
+/// Levels of the alarm document.
+constexpr int zoneAlarmLevel = 15; ///< slewing zone: the jibs in plan
+constexpr int pairAlarmLevel = 25; ///< a part of the own crane and one of the neighbour
+
+struct Alarm {
+    QString text;
+    bool triggered = false; ///< true when it is raised, false when it is cleared
+};
+
+/// Takes a calibration report: both cranes in calibration mode (arm lengths of 999 and more), the
+/// jibs on the line between the slewing axes and pointing at each other, the trolleys over the
+/// same point. The first report of a device id appends an entry without a name, the next ones
+/// set its readings, name and position. Returns whether the list is to be saved.
+bool calibrate(const FoundationData &own, const FoundationData &report, QList<tBasis> *neighbours);
+
+/// First entry whose name is \a name; null if there is none.
+tBasis *findByName(const QString &name, QList<tBasis> *neighbours);
+
+/// Takes the motion and dimensions of \a report into its entry, and gives both records what the
+/// entry knows of the pair: the reference readings, the neighbour's place. Ends its silence.
+void takeReport(tBasis *entry, FoundationData *own, FoundationData *report);
+
+/// The slewing zone: the clearance of the two jibs in plan, in metres, and what it changes.
+struct ZoneResult {
+    float distance = 0.0f;
+    std::optional<Alarm> alarm;
+};
+
+/// Alarms at up to twice the safety distance. A distance that is not a number raises.
+ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report, tBasis *entry);
+
+/// The 16 pairs of segments in 3D, own jib first; alarms at up to the safety distance. A clearance
+/// that is not a number changes nothing.
+QVector<Alarm> evaluatePairs(const FoundationData &own, const FoundationData &report,
+                             tBasis *entry);

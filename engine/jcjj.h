@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QThread>
+#include <QVector3D>
+
+#include "evaluation.h"
+#include "foundationdata.h"
+#include "jibgeometry.h"
+#include "tbasis.h"
+#include "vicinityreports.h"
+
+// The engine's state, one each for the process.
+extern FoundationData MParameter; ///< the own crane; main thread only
+extern QList<tBasis> basis;       ///< the neighbours; guarded by the engine's mutex
+
+/// The collision engine: for each report of a neighbour the vicinity reports that changed, the
+/// clearances, the alarms; keeps the neighbour list in jcjj.txt.
+///
+/// The object belongs to the main thread, and its slots run there. run() is the engine's thread,
+/// which loads the list and counts each neighbour's silence. One mutex guards the list around a
+/// whole cycle, the load and each count; no receiver of a signal may call back into the engine.
+class JCJJ : public QThread, public JibGeometry, public VicinityReports
+{
+    Q_OBJECT
+public:
+    explicit JCJJ(QObject *parent = nullptr);
+
+    /// Appends the entries of jcjj.txt to the list. The caller holds the mutex.
+    void ConfigureStaticRead();
+    /// Writes the list to jcjj.txt. The caller holds the mutex.
+    void ConfigureStaticWrit();
+
+public Q_SLOTS:
+    /// Takes the own crane, every field of it.
+    void mylocal(FoundationData data);
+    /// One evaluation cycle for the neighbour that reports.
+    void CollideSlots(FoundationData foundata);
+
+Q_SIGNALS:
+    /// An alarm is raised or cleared; \a level is 15 (slewing zone) or 25 (a pair of parts).
+    void CollideMessageSignals(QString alarm, int level, QString top, bool triggered);
+    void VicinityAttitudeSignals(QString tring);
+    void VicinityAttitudeSignals(QString top, QString tring);
+    void VicinityAttributeSignals(QString tring);
+    void VicinitytoVSignals(QString top, QString tring);
+    void VicinityStatusSignals(QString tring);
+    void VicinityStatusSignals(QString top, QString tring);
+    // Declared for links that do not exist; nothing emits or receives them.
+    void Alarmsignals(QString alarm, QString top);
+    void VoiceMessageSignals(QString alarm, QVector3D mBegin, QVector3D mEnd, QVector3D hBegin,
+                             QVector3D hEnd, bool triggered);
+    void MqttMessageSignals(QString messages);
+
+protected:
+    void run() override;
+
+private:
+    // A report goes out when its text differs from the last one of its kind, to the board first.
+    void sendAttitude();
+    void sendVicinity();
+    void sendStatus();
+    void sendZone(const FoundationData &report, tBasis *entry);
+    void sendPairs(const FoundationData &report, tBasis *entry);
+};
