@@ -1,0 +1,200 @@
+#include "mymqtt.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+
+#include "documents.h"
+#include "echo.h"
+#include "jsonmembers.h"
+#include "mqttclient.h"
+#include "statefile.h"
+
+QString LOCAL_QRCODE_TX;
+QString mytop;
+QList<FoundationData> foundata;
+
+namespace
+{
+
+constexpr int mostNeighbours = 9999;
+
+// One table drives both directions, so a key cannot be saved and not loaded.
+constexpr NumberMember<FoundationData> numberMembers[] = {
+    {QLatin1String("armlen"), &FoundationData::armlen},
+    {QLatin1String("reararm"), &FoundationData::reararm},
+    {QLatin1String("craneheight"), &FoundationData::craneheight},
+    {QLatin1String("foundation"), &FoundationData::foundation},
+    {QLatin1String("offset"), &FoundationData::offset},
+    {QLatin1String("armwidth"), &FoundationData::armwidth},
+};
+
+constexpr TextMember<FoundationData> textMembers[] = {
+    {QLatin1String("top"), &FoundationData::duid},
+    {QLatin1String("name"), &FoundationData::name},
+    {QLatin1String("type"), &FoundationData::type},
+    {QLatin1String("heightzero"), &FoundationData::heightzero},
+};
+
+StateFile cloudFile()
+{
+    return StateFile(QStringLiteral("mymqtt.txt"), QStringLiteral("mymqtt配置文件"));
+}
+
+/// A record matches a crane id that contains its device id; an empty device id matches all.
+bool matches(const FoundationData &record, const QString &craneId)
+{
+    return craneId.contains(record.duid);
+}
+
+} // namespace
+
+MqttThread::MqttThread(QObject *parent) : QThread(parent) {}
+
+MqttThread::~MqttThread()
+{
+    if (client)
+        client->disconnect();
+}
+
+void MqttThread::run()
+{
+    exec();
+}
+
+void MqttThread::stop()
+{
+    if (client)
+        client->disconnect();
+    requestInterruption();
+    quit();
+    wait();
+}
+
+void MqttThread::TopSlots(QString top, QString name)
+{
+    static qint32 st = 0; // one-shot
+    if (st != 0)
+        return;
+    st = 1;
+    LOCAL_QRCODE_TX = top + QLatin1Char('#');
+    mytop = name;
+    mqttMode();
+    qDebug() << "mymqtt开始订阅外部数据" << LOCAL_QRCODE_TX;
+    qDebug() << "mymqtt开始订阅外部数据" << LOCAL_QRCODE_TX;
+}
+
+void MqttThread::mqttMode()
+{
+    BrokerClient::registerTypes();
+    host = QStringLiteral(CRANE_CLOUD_ADDRESS);
+    port = 22222;
+    topic = LOCAL_QRCODE_TX;
+    client = new MqttClient(host, static_cast<quint16>(port), topic);
+    ConfigureStaticRead();
+    client->join(this, clientId);
+}
+
+void MqttThread::onReceived(QMQTT::Message message)
+{
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(message.payload(), &error);
+    if (!document.isObject()) {
+        qDebug() << "JSON parse error:" << error.errorString();
+        return;
+    }
+    const QString messageTopic = message.topic();
+    if (messageTopic.contains(mytop))
+        return;
+    const bool isLiveData = messageTopic.contains(QLatin1String("Data"));
+    if (!isLiveData && !messageTopic.contains(QLatin1String("Workset")))
+        return;
+    const QStringList levels = messageTopic.split(QLatin1Char('/'));
+    if (levels.size() < 2)
+        return;
+    const QString craneId = levels.at(levels.size() - 2);
+    if (isLiveData) {
+        takeLiveData(craneId, document.object());
+        return;
+    }
+    takeWorkset(craneId, document.object());
+    ConfigureStaticWrit();
+    qDebug() << "主题" << static_cast<int>(message.qos()) << messageTopic;
+    echo(QString::fromUtf8(message.payload().constData()).toUtf8()); // to the first NUL
+}
+
+void MqttThread::takeLiveData(const QString &craneId, const QJsonObject &document)
+{
+    for (FoundationData &record : foundata) {
+        if (!matches(record, craneId))
+            continue;
+        backdata(document, &record.rotation, &record.travel, &record.height);
+        Q_EMIT CollideSignal(record);
+    }
+}
+
+/// Updates the first record that matches, or appends one while there is room.
+void MqttThread::takeWorkset(const QString &craneId, const QJsonObject &document)
+{
+    const auto found =
+        std::find_if(foundata.begin(), foundata.end(),
+                     [&craneId](const FoundationData &record) { return matches(record, craneId); });
+    if (found != foundata.end()) {
+        Worksetdata(document, &*found);
+    } else if (foundata.size() < mostNeighbours) {
+        FoundationData record;
+        Worksetdata(document, &record);
+        record.duid = craneId;
+        foundata.append(record);
+    }
+}
+
+void MqttThread::onRegDevice(QString type, QString regMessage)
+{
+    Q_EMIT MainTheadToMqttTHreadSignal(type, regMessage);
+}
+
+void MqttThread::AlarmSlots(QString alarm, int level, QString top, bool triggered)
+{
+    const QString document =
+        alarmDocument(alarm, level, triggered, QDateTime::currentMSecsSinceEpoch());
+    const QString alarmTopic = top + QStringLiteral("/Alarm");
+    qDebug() << alarmTopic;
+    onRegDevice(alarmTopic, document);
+}
+
+void MqttThread::VicinityAttributeSlots(QString top, QString string)
+{
+    onRegDevice(top + QStringLiteral("/Vicinity/Attribute"), string);
+}
+
+void MqttThread::VicinityAttitudeSlots(QString top, QString string)
+{
+    onRegDevice(top + QStringLiteral("/Vicinity/Attitude"), string);
+}
+
+void MqttThread::VicinityStatusSlots(QString top, QString string)
+{
+    onRegDevice(top + QStringLiteral("/Vicinity/Status"), string);
+}
+
+void MqttThread::ConfigureStaticRead()
+{
+    for (const QJsonObject &json : cloudFile().readRecords()) {
+        FoundationData record;
+        readMembers(json, numberMembers, textMembers, &record);
+        foundata.append(record);
+    }
+}
+
+void MqttThread::ConfigureStaticWrit()
+{
+    QJsonArray records;
+    for (const FoundationData &record : qAsConst(foundata))
+        records.append(writeMembers(record, numberMembers, textMembers));
+    cloudFile().write(QJsonDocument(records));
+}

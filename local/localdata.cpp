@@ -1,0 +1,188 @@
+#include "localdata.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include "documents.h"
+#include "echo.h"
+#include "jsonmembers.h"
+#include "localclient.h"
+#include "statefile.h"
+
+FoundationData founData;
+
+namespace
+{
+
+// One table drives both directions, so a key cannot be saved and not loaded.
+constexpr NumberMember<FoundationData> numberMembers[] = {
+    {QLatin1String("armlen"), &FoundationData::armlen},
+    {QLatin1String("craneheight"), &FoundationData::craneheight},
+    {QLatin1String("foundation"), &FoundationData::foundation},
+    {QLatin1String("reararm"), &FoundationData::reararm},
+    {QLatin1String("offset"), &FoundationData::offset},
+    {QLatin1String("safelen"), &FoundationData::safelen},
+    {QLatin1String("armwidth"), &FoundationData::armwidth},
+};
+
+constexpr TextMember<FoundationData> textMembers[] = {
+    {QLatin1String("name"), &FoundationData::name},
+    {QLatin1String("MqttTop"), &FoundationData::MqttTop},
+    {QLatin1String("top"), &FoundationData::duid},
+    {QLatin1String("type"), &FoundationData::type},
+    {QLatin1String("heightzero"), &FoundationData::heightzero},
+    {QLatin1String("MqttDataTop"), &FoundationData::MqttDataTop},
+};
+
+StateFile localFile()
+{
+    return StateFile(QStringLiteral("localdata.txt"), QStringLiteral("localdata.txt配置文件"));
+}
+
+void logMessage(const QMQTT::Message &message)
+{
+    qDebug() << "主题" << static_cast<int>(message.qos()) << message.topic();
+    echo(message.payload());
+}
+
+/// A reading for the radio: the key and the value in hundredths of its unit, "height3025".
+QString radioText(QLatin1String key, float value)
+{
+    return key + QString::number(static_cast<double>(value * 100.0f), 'f', 0);
+}
+
+} // namespace
+
+LocalData::LocalData(QObject *parent) : QThread(parent) {}
+
+LocalData::~LocalData()
+{
+    if (client)
+        client->disconnect();
+}
+
+void LocalData::run()
+{
+    ConfigureStaticRead();
+    qDebug() << "MqttTop" << founData.MqttTop << founData.duid;
+    mqttMode();
+    exec();
+}
+
+void LocalData::stop()
+{
+    if (client)
+        client->disconnect();
+    requestInterruption();
+    quit();
+    wait();
+}
+
+void LocalData::mqttMode()
+{
+    BrokerClient::registerTypes();
+    host = QStringLiteral("127.0.0.1");
+    port = 1883;
+    topic = QStringLiteral("Local/#");
+    client = new LocalClient(host, static_cast<quint16>(port), topic);
+    client->join(this, clientId);
+}
+
+void LocalData::onReceived(QMQTT::Message message)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(message.payload());
+    if (!document.isObject())
+        return;
+    const QJsonObject object = document.object();
+    const QString messageTopic = message.topic();
+    // The order decides: "Local/Workset/Data" is a crane state.
+    if (messageTopic.contains(QLatin1String("Data"))) {
+        takeCraneState(object);
+    } else if (messageTopic.contains(QLatin1String("Workset"))) {
+        logMessage(message);
+        takeWorkset(object);
+    } else if (messageTopic.contains(QLatin1String("IdentityInfo"))) {
+        logMessage(message);
+        takeRegistration(object);
+    } else if (messageTopic.contains(QLatin1String("Alarmlots"))) {
+        logMessage(message);
+    } else if (messageTopic.contains(QLatin1String("collide"))) {
+        return;
+    } else if (messageTopic.contains(QLatin1String("Local/DUID"))) {
+        takeDeviceId(object);
+    }
+}
+
+void LocalData::takeCraneState(const QJsonObject &document)
+{
+    backdata(document, &founData.rotation, &founData.travel, &founData.height);
+    Q_EMIT Localdatasignals(founData);
+    Q_EMIT Radiosignals(radioText(QLatin1String("rotation"), founData.rotation));
+    Q_EMIT Radiosignals(radioText(QLatin1String("travel"), founData.travel));
+    Q_EMIT Radiosignals(radioText(QLatin1String("height"), founData.height));
+}
+
+void LocalData::takeWorkset(const QJsonObject &document)
+{
+    if (Worksetdata(document, &founData))
+        Q_EMIT Radiosignals(QStringLiteral("name") + founData.name);
+    ConfigureStaticWrit();
+}
+
+void LocalData::takeRegistration(const QJsonObject &document)
+{
+    parseJsonObject(document, founData);
+    ConfigureStaticWrit();
+    if (!founData.duid.isEmpty() && !founData.MqttTop.isEmpty())
+        Q_EMIT TopSignals(founData.MqttTop, founData.duid);
+}
+
+/// An empty id is ignored like one that is no text: it would mute the cloud link's next start.
+void LocalData::takeDeviceId(const QJsonObject &document)
+{
+    const QString value =
+        document.value(QLatin1String("duid")).toObject().value(QLatin1String("value")).toString();
+    if (value.isEmpty())
+        return;
+    founData.duid = value;
+    ConfigureStaticWrit();
+}
+
+void LocalData::onRegDevice(QString type, QString regMessage)
+{
+    Q_EMIT MainTheadToMqttTHreadSignal(type, regMessage);
+}
+
+void LocalData::AlarmSlots(QString alarm, int level, QString, bool triggered)
+{
+    onRegDevice(QStringLiteral("Local/Alarm"),
+                alarmDocument(alarm, level, triggered, QDateTime::currentMSecsSinceEpoch()));
+}
+
+void LocalData::VicinityAttributeSlots(QString tring)
+{
+    onRegDevice(QStringLiteral("Local/Vicinity/Attribute/TEXT"), tring);
+}
+
+void LocalData::VicinityAttitudeSlots(QString tring)
+{
+    onRegDevice(QStringLiteral("Local/Vicinity/Attitude/TEXT"), tring);
+}
+
+void LocalData::VicinityStatusSlots(QString tring)
+{
+    onRegDevice(QStringLiteral("Local/Vicinity/Status/TEXT"), tring);
+}
+
+void LocalData::ConfigureStaticRead()
+{
+    if (const std::optional<QJsonObject> json = localFile().readObject())
+        readMembers(*json, numberMembers, textMembers, &founData);
+}
+
+void LocalData::ConfigureStaticWrit()
+{
+    localFile().write(QJsonDocument(writeMembers(founData, numberMembers, textMembers)));
+}
