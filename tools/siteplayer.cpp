@@ -1,0 +1,84 @@
+#include "siteplayer.h"
+
+#include "siteclients.h"
+#include "sitedocuments.h"
+#include "waiting.h"
+
+#include <QTextStream>
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+constexpr double introductionPeriod = 10; // seconds
+constexpr int silentCrane = 1;            // the first neighbour
+constexpr double largestDelayMs = 1000;   // beyond it the site falls behind, rather than floods
+constexpr int messagesAtOnce = 50;        // then the event loop has a turn
+} // namespace
+
+SitePlayer::SitePlayer(const Site &site, const PlayOptions &options, SiteClients &clients,
+                       Waiting &waiting)
+    : m_site(site), m_options(options), m_clients(clients), m_waiting(waiting)
+{
+    for (const SiteCrane &crane : site)
+        m_motions.emplace_back(crane);
+    // The controller counts its seconds of silence by the clock, however fast the site runs.
+    m_silence.length = options.silenceOnTheClock * std::max(1.0, options.speed);
+}
+
+void SitePlayer::run()
+{
+    QTextStream(stdout) << "motion" << Qt::endl;
+    m_clock.start();
+    for (qint64 n = 0;; ++n) {
+        const double seconds = static_cast<double>(n) / (m_options.rate * m_site.size());
+        if ((m_options.seconds > 0 && seconds >= m_options.seconds) || !waitUntil(seconds))
+            return;
+        introduce(seconds);
+        followSilence(seconds);
+        report(static_cast<int>(n % m_site.size()), seconds);
+    }
+}
+
+bool SitePlayer::waitUntil(double seconds)
+{
+    const double dueMs = seconds / m_options.speed * 1000 + m_behindMs;
+    const double waitMs = dueMs - static_cast<double>(m_clock.elapsed());
+    if (waitMs < -largestDelayMs)
+        m_behindMs -= waitMs;
+    if (waitMs < 1 && ++m_unpaused < messagesAtOnce)
+        return !m_waiting.isStopped();
+    m_unpaused = 0;
+    return m_waiting.pause(static_cast<qint64>(std::max(0.0, waitMs)));
+}
+
+void SitePlayer::introduce(double seconds)
+{
+    if (seconds < m_nextIntroduction)
+        return;
+    m_nextIntroduction += introductionPeriod;
+    m_clients.publishLocal(deviceIdTopic, deviceIdDocument(m_site.first()));
+    m_clients.publishLocal(registrationTopic, registrationDocument(m_site.first()));
+}
+
+void SitePlayer::report(int index, double seconds)
+{
+    const SiteCrane &crane = m_site.at(index);
+    CraneMotion &motion = m_motions.at(static_cast<std::size_t>(index));
+    const QByteArray state = craneStateDocument(readingOf(crane, motion.poseAt(seconds)));
+    if (index == 0)
+        m_clients.publishLocal(craneStateTopic, state);
+    else if (index != silentCrane || !m_isSilent)
+        m_clients.publishCloud(neighbourStateTopic(crane), state);
+}
+
+void SitePlayer::followSilence(double seconds)
+{
+    const bool isSilent = m_silence.isSilentAt(seconds);
+    if (isSilent == m_isSilent)
+        return;
+    m_isSilent = isSilent;
+    QTextStream(stdout) << m_site.at(silentCrane).fieldNumber
+                        << (isSilent ? " falls silent" : " is back") << Qt::endl;
+}

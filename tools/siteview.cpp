@@ -1,0 +1,295 @@
+#include "siteview.h"
+
+#include "terminaltext.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+
+constexpr int keptEvents = 100;
+constexpr int shownEvents = 10;
+constexpr int labelColumns = 14;
+constexpr int numberColumns = 9;
+constexpr int stateColumns = 8;
+
+using Tone = ViewLine::Tone;
+
+QString timeText(const QTime &time)
+{
+    return time.toString(QStringLiteral("HH:mm:ss"));
+}
+
+QString numberText(double value)
+{
+    return std::isnan(value) ? QStringLiteral("-") : QString::number(value, 'f', 2);
+}
+
+QString presenceText(CraneRow::Presence presence)
+{
+    switch (presence) {
+    case CraneRow::Presence::Online:
+        return QStringLiteral("online");
+    case CraneRow::Presence::Offline:
+        return QStringLiteral("OFFLINE");
+    default:
+        return QStringLiteral("?");
+    }
+}
+
+// How a crane is called in the table: its field number, else its device id.
+QString nameOf(const CraneRow &row)
+{
+    return row.label.isEmpty() ? row.duid : row.label;
+}
+
+void takeMotion(const QJsonObject &entry, CraneRow *row)
+{
+    row->slewing = entry.value(QLatin1String("slewing")).toDouble(qQNaN());
+    row->luffing = entry.value(QLatin1String("luffing")).toDouble(qQNaN());
+    row->hoisting = entry.value(QLatin1String("hoisting")).toDouble(qQNaN());
+}
+
+void takeIdentity(const QJsonObject &entry, CraneRow *row)
+{
+    row->duid = entry.value(QLatin1String("duid")).toString(row->duid);
+    row->label = entry.value(QLatin1String("label")).toString(row->label);
+}
+
+// The entries under "neighbours" that say which crane they are about.
+QVector<QJsonObject> neighbourEntries(const QJsonObject &document)
+{
+    QVector<QJsonObject> entries;
+    const QJsonArray neighbours = document.value(QLatin1String("neighbours")).toArray();
+    for (const QJsonValue &value : neighbours) {
+        if (value.toObject().value(QLatin1String("duid")).isString())
+            entries.append(value.toObject());
+    }
+    return entries;
+}
+
+QString headingText()
+{
+    QString text = fitted(QStringLiteral(" crane"), labelColumns + 1);
+    for (const QString &name :
+         {QStringLiteral("angle °"), QStringLiteral("trolley m"), QStringLiteral("rope m")})
+        text += fittedRight(name, numberColumns) + QLatin1Char(' ');
+    return text + QLatin1Char(' ') + fitted(QStringLiteral("state"), stateColumns) +
+           QStringLiteral(" alarms active (clearance in m when raised)");
+}
+
+} // namespace
+
+QStringList SiteView::take(const QString &topic, const QByteArray &payload, const QTime &now)
+{
+    const QJsonObject document = QJsonDocument::fromJson(payload).object();
+    if (topic == QLatin1String("Local/Alarm"))
+        return takeAlarms(document, now);
+    if (topic == QLatin1String("Local/Vicinity/Status/TEXT"))
+        return takeStatus(document, now);
+    if (topic == QLatin1String("Local/Vicinity/Attribute/TEXT"))
+        takeAttribute(document);
+    if (topic == QLatin1String("Local/Vicinity/Attitude/TEXT"))
+        takeAttitude(document);
+    return {};
+}
+
+QStringList SiteView::takeAlarms(const QJsonObject &document, const QTime &now)
+{
+    QStringList lines;
+    const QJsonArray entries = document.value(QLatin1String("alarm")).toArray();
+    for (const QJsonValue &value : entries) {
+        const QJsonObject entry = value.toObject();
+        if (entry.value(QLatin1String("detail")).isString() &&
+            entry.value(QLatin1String("triggered")).isBool())
+            lines.append(takeAlarm(entry, now));
+    }
+    return lines;
+}
+
+QString SiteView::takeAlarm(const QJsonObject &entry, const QTime &now)
+{
+    const QString detail = entry.value(QLatin1String("detail")).toString();
+    const bool isRaised = entry.value(QLatin1String("triggered")).toBool();
+    const AlarmText text = parseAlarmText(detail);
+
+    QVector<ActiveAlarm> &active = m_active[text.neighbour];
+    active.erase(std::remove_if(active.begin(), active.end(),
+                                [&](const ActiveAlarm &alarm) { return alarm.detail == detail; }),
+                 active.end());
+    if (isRaised)
+        active.append({detail, text});
+    ++(isRaised ? m_raised : m_cleared);
+
+    const QString gloss =
+        text.kind == AlarmText::Kind::Unknown
+            ? QStringLiteral("level %1").arg(entry.value(QLatin1String("level")).toInt())
+            : text.gloss + QStringLiteral(" of ") + text.neighbour;
+    const QString line = timeText(now) + QLatin1Char(' ') +
+                         (isRaised ? QStringLiteral("RAISED  ") : QStringLiteral("cleared ")) +
+                         fitted(gloss, 22) + QLatin1Char(' ') + printable(detail.trimmed());
+    m_events.append({line, isRaised});
+    if (m_events.size() > keptEvents)
+        m_events.removeFirst();
+    return line;
+}
+
+void SiteView::takeAttribute(const QJsonObject &document)
+{
+    takeIdentity(document.value(QLatin1String("self")).toObject(), &m_own);
+    for (const QJsonObject &entry : neighbourEntries(document))
+        takeIdentity(entry, &neighbour(entry.value(QLatin1String("duid")).toString()));
+}
+
+void SiteView::takeAttitude(const QJsonObject &document)
+{
+    const QJsonObject self = document.value(QLatin1String("self")).toObject();
+    if (self.isEmpty())
+        return;
+    takeIdentity(self, &m_own);
+    takeMotion(self, &m_own);
+    for (const QJsonObject &entry : neighbourEntries(document)) {
+        CraneRow &row = neighbour(entry.value(QLatin1String("duid")).toString());
+        takeIdentity(entry, &row);
+        takeMotion(entry, &row);
+    }
+}
+
+QStringList SiteView::takeStatus(const QJsonObject &document, const QTime &now)
+{
+    QStringList lines;
+    for (const QJsonObject &entry : neighbourEntries(document)) {
+        CraneRow &row = neighbour(entry.value(QLatin1String("duid")).toString());
+        const bool isOnline =
+            entry.value(QLatin1String("status")).toString() == QLatin1String("online");
+        const auto presence = isOnline ? CraneRow::Presence::Online : CraneRow::Presence::Offline;
+        if (row.presence == presence)
+            continue;
+        row.presence = presence;
+        lines.append(timeText(now) + QLatin1Char(' ') +
+                     fitted(presenceText(presence), stateColumns) + printable(nameOf(row)));
+    }
+    return lines;
+}
+
+CraneRow &SiteView::neighbour(const QString &duid)
+{
+    const auto known = m_rowOfDuid.constFind(duid);
+    if (known != m_rowOfDuid.constEnd())
+        return m_neighbours[known.value()];
+    m_rowOfDuid.insert(duid, m_neighbours.size());
+    m_neighbours.append({duid, QString(), qQNaN(), qQNaN(), qQNaN()});
+    return m_neighbours.last();
+}
+
+QVector<ViewLine> SiteView::table(int columns, int lines, const QStringList &notes) const
+{
+    QVector<ViewLine> result{
+        {QStringLiteral(" Crane ") + nameOf(m_own) + QStringLiteral(": ") + status(),
+         Tone::Heading}};
+    for (const QString &note : notes)
+        result.append({QLatin1Char(' ') + note, Tone::Faint});
+    result.append({QString()});
+    result.append({headingText(), Tone::Heading});
+    result.append({rowText(m_own, QStringLiteral("own"))});
+
+    const int left = lines - result.size();
+    const int events = std::min({shownEvents, m_events.size(), left / 3});
+    result += neighbourLines(left - events - 2);
+    result.append({QString()});
+    result.append({QStringLiteral(" last alarms"), Tone::Heading});
+    result += eventLines(std::min(shownEvents, lines - result.size()));
+
+    result.resize(std::min(result.size(), std::max(0, lines)));
+    for (ViewLine &line : result)
+        line.text = fitted(line.text, columns);
+    return result;
+}
+
+QVector<ViewLine> SiteView::neighbourLines(int lines) const
+{
+    if (m_neighbours.isEmpty())
+        return {{QStringLiteral(" waiting for the first report of a calibrated neighbour"),
+                 Tone::Faint}};
+    QVector<const CraneRow *> rows;
+    for (const CraneRow &row : m_neighbours)
+        rows.append(&row);
+    int hidden = 0;
+    if (rows.size() > lines) {
+        const auto hasAlarm = [this](const CraneRow *row) { return !alarmsOf(*row).isEmpty(); };
+        std::stable_partition(rows.begin(), rows.end(), hasAlarm);
+        hidden = rows.size() - std::max(0, lines - 1); // one line says how many
+        rows.resize(rows.size() - hidden);
+    }
+    QVector<ViewLine> result;
+    for (const CraneRow *row : rows)
+        result.append(neighbourLine(*row));
+    if (hidden > 0)
+        result.append({QStringLiteral(" and %1 more neighbours").arg(hidden), Tone::Faint});
+    return result;
+}
+
+ViewLine SiteView::neighbourLine(const CraneRow &row) const
+{
+    const QString alarms = alarmsOf(row);
+    Tone tone = row.presence == CraneRow::Presence::Offline ? Tone::Faint : Tone::Plain;
+    if (!alarms.isEmpty())
+        tone = Tone::Alarm;
+    return {rowText(row, presenceText(row.presence)) + alarms, tone};
+}
+
+QVector<ViewLine> SiteView::eventLines(int lines) const
+{
+    QVector<ViewLine> result;
+    for (int i = m_events.size() - 1; i >= 0 && result.size() < lines; --i) {
+        const Event &event = m_events.at(i);
+        result.append({QLatin1Char(' ') + event.text, event.isRaised ? Tone::Alarm : Tone::Plain});
+    }
+    return result;
+}
+
+QString SiteView::rowText(const CraneRow &row, const QString &state) const
+{
+    QString text = QLatin1Char(' ') + fitted(nameOf(row), labelColumns);
+    for (const double value : {row.slewing, row.luffing, row.hoisting})
+        text += fittedRight(numberText(value), numberColumns) + QLatin1Char(' ');
+    return text + QLatin1Char(' ') + fitted(state, stateColumns) + QLatin1Char(' ');
+}
+
+QString SiteView::alarmsOf(const CraneRow &row) const
+{
+    QStringList texts;
+    const QVector<ActiveAlarm> active = m_active.value(row.label);
+    for (const ActiveAlarm &alarm : active)
+        texts.append(alarm.text.gloss + QLatin1Char(' ') + alarm.text.metres);
+    return texts.join(QStringLiteral(", "));
+}
+
+QString SiteView::status() const
+{
+    const auto online =
+        std::count_if(m_neighbours.begin(), m_neighbours.end(), [](const CraneRow &row) {
+            return row.presence == CraneRow::Presence::Online;
+        });
+    int active = 0;
+    for (const QVector<ActiveAlarm> &alarms : m_active)
+        active += alarms.size();
+    return QStringLiteral("neighbours: %1, online: %2; alarms active: %3, raised: %4, cleared: %5")
+        .arg(m_neighbours.size())
+        .arg(online)
+        .arg(active)
+        .arg(m_raised)
+        .arg(m_cleared);
+}
+
+QString SiteView::summary() const
+{
+    return QStringLiteral("alarms raised: %1, alarms cleared: %2, neighbours seen: %3")
+        .arg(m_raised)
+        .arg(m_cleared)
+        .arg(m_neighbours.size());
+}

@@ -1,0 +1,244 @@
+// Shows what a display on the board would show: the own crane, its neighbours and their alarms, as
+// the controller reports them on the board's broker. A table redrawn in place where standard
+// output is a terminal, plain lines elsewhere. It only listens.
+
+#include "siteview.h"
+#include "terminaltext.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QSize>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <qmqtt.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <sys/ioctl.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr quint16 boardPort = 1883;
+constexpr int redrawIntervalMs = 250;
+constexpr int statusIntervalMs = 5000;
+
+bool isTerminal()
+{
+    const char *kind = std::getenv("TERM");
+    return isatty(STDOUT_FILENO) != 0 && kind != nullptr && QByteArray(kind) != "dumb";
+}
+
+// Ends the program when nobody can read its output any more.
+void write(const QByteArray &bytes)
+{
+    const auto length = static_cast<std::size_t>(bytes.size());
+    if (std::fwrite(bytes.constData(), 1, length, stdout) != length || std::fflush(stdout) != 0)
+        std::_Exit(EXIT_FAILURE);
+}
+
+void writeLine(const QString &line)
+{
+    write(line.toUtf8() + '\n');
+}
+
+QByteArray colourOf(ViewLine::Tone tone)
+{
+    switch (tone) {
+    case ViewLine::Tone::Heading:
+        return "\x1b[1m";
+    case ViewLine::Tone::Alarm:
+        return "\x1b[31m";
+    case ViewLine::Tone::Faint:
+        return "\x1b[2m";
+    default:
+        return "\x1b[0m";
+    }
+}
+
+/// The terminal's second screen with the cursor hidden; the destructor gives the first one back.
+class Screen
+{
+public:
+    Screen() { write("\x1b[?1049h\x1b[?25l"); }
+    ~Screen() { write("\x1b[0m\x1b[?25h\x1b[?1049l"); }
+    Q_DISABLE_COPY(Screen)
+
+    /// Columns and lines right now. One column is left free: a full last column would wrap.
+    static QSize size()
+    {
+        winsize window{};
+        if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0 || window.ws_col < 2)
+            return {79, 24};
+        return {window.ws_col - 1, window.ws_row};
+    }
+
+    static void draw(const QVector<ViewLine> &lines)
+    {
+        QByteArray frame("\x1b[H");
+        for (int i = 0; i < lines.size(); ++i) {
+            frame += i == 0 ? "" : "\r\n";
+            frame += "\x1b[0m\x1b[2K" + colourOf(lines.at(i).tone) + lines.at(i).text.toUtf8();
+        }
+        write(frame + "\x1b[0m\x1b[J");
+    }
+};
+
+/// Listens on the board's broker and shows what it hears. Everything in the main thread.
+class SiteWatch : public QObject
+{
+    Q_OBJECT
+public:
+    explicit SiteWatch(const QStringList &notes);
+    /// Gives the terminal back and prints the summary.
+    ~SiteWatch() override;
+
+private:
+    void subscribe();
+    void takeMessage(const QMQTT::Message &message);
+    void takeAttitude();
+    void setLink(const QString &state);
+    void redraw();
+
+    const QStringList m_notes;
+    SiteView m_view;
+    QMQTT::Client m_client;
+    QTimer m_timer;
+    QString m_link; // how the connection stands, for people
+    // The latest report of the cranes' motion. At many a second only one a redraw is looked at.
+    QByteArray m_attitude;
+    std::unique_ptr<Screen> m_screen; // none: plain lines
+};
+
+const QString attitudeTopic = QStringLiteral("Local/Vicinity/Attitude/TEXT");
+
+SiteWatch::SiteWatch(const QStringList &notes)
+    : m_notes(notes), m_client(QHostAddress(QHostAddress::LocalHost), boardPort),
+      m_screen(isTerminal() ? std::make_unique<Screen>() : nullptr)
+{
+    connect(&m_client, &QMQTT::Client::connected, this, &SiteWatch::subscribe);
+    connect(&m_client, &QMQTT::Client::received, this, &SiteWatch::takeMessage);
+    connect(&m_client, &QMQTT::Client::error, this,
+            [this] { setLink(QStringLiteral("no connection to the broker on the board")); });
+    connect(&m_timer, &QTimer::timeout, this, &SiteWatch::redraw);
+    m_client.setVersion(QMQTT::V3_1_1);
+    m_client.setCleanSession(true);
+    m_client.setAutoReconnect(true);
+    m_client.connectToHost();
+    m_timer.start(m_screen ? redrawIntervalMs : statusIntervalMs);
+    if (m_screen)
+        redraw();
+}
+
+SiteWatch::~SiteWatch()
+{
+    takeAttitude();
+    if (m_screen) {
+        const QSize size = Screen::size();
+        m_screen.reset();
+        for (const ViewLine &line : m_view.table(size.width(), size.height() - 3, m_notes))
+            writeLine(line.text.trimmed());
+    }
+    writeLine(m_view.summary());
+}
+
+void SiteWatch::subscribe()
+{
+    setLink(QStringLiteral("connected to the broker on the board"));
+    m_client.subscribe(QStringLiteral("Local/Alarm"));
+    m_client.subscribe(QStringLiteral("Local/Vicinity/#"));
+}
+
+void SiteWatch::takeMessage(const QMQTT::Message &message)
+{
+    if (message.topic() == attitudeTopic) {
+        m_attitude = message.payload();
+        return;
+    }
+    takeAttitude(); // in the order of arrival: it may be the first to name a neighbour
+    const QStringList lines = m_view.take(message.topic(), message.payload(), QTime::currentTime());
+    if (m_screen)
+        return;
+    for (const QString &line : lines)
+        writeLine(line);
+}
+
+void SiteWatch::takeAttitude()
+{
+    if (!m_attitude.isEmpty())
+        m_view.take(attitudeTopic, m_attitude, QTime::currentTime());
+    m_attitude.clear();
+}
+
+void SiteWatch::setLink(const QString &state)
+{
+    if (m_link == state)
+        return;
+    m_link = state;
+    if (!m_screen)
+        writeLine(QTime::currentTime().toString(QStringLiteral("HH:mm:ss ")) + state);
+}
+
+void SiteWatch::redraw()
+{
+    takeAttitude();
+    if (!m_screen) {
+        writeLine(QTime::currentTime().toString(QStringLiteral("HH:mm:ss ")) + m_view.status());
+        return;
+    }
+    const QSize size = Screen::size();
+    const QString clock = QTime::currentTime().toString(QStringLiteral("HH:mm:ss, "));
+    Screen::draw(m_view.table(size.width(), size.height(), QStringList(clock + m_link) + m_notes));
+}
+
+// A descriptor that becomes readable when the program is asked to end.
+int endingSignals()
+{
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        std::signal(number, SIG_DFL); // a shell starts background commands with SIGINT ignored
+        sigaddset(&ending, number);
+    }
+    sigprocmask(SIG_BLOCK, &ending, nullptr);
+    return signalfd(-1, &ending, SFD_CLOEXEC);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    QSocketNotifier ending(endingSignals(), QSocketNotifier::Read);
+    QObject::connect(&ending, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Shows the own crane, its neighbours and the alarms, from the broker on "
+                       "127.0.0.1:1883."));
+    parser.addHelpOption();
+    parser.addOption({QStringLiteral("seconds"), QStringLiteral("End after <n> seconds."),
+                      QStringLiteral("n"), QStringLiteral("0")});
+    parser.addOption({QStringLiteral("note"), QStringLiteral("A line to show over the table."),
+                      QStringLiteral("text")});
+    parser.process(application);
+
+    bool isNumber = false;
+    const int seconds = parser.value(QStringLiteral("seconds")).toInt(&isNumber);
+    if (!isNumber || seconds < 0 || seconds > 1000000) {
+        std::fputs("sitewatch: --seconds takes a number\n", stderr);
+        return EXIT_FAILURE;
+    }
+    if (seconds > 0)
+        QTimer::singleShot(seconds * 1000, &application, &QCoreApplication::quit);
+
+    const SiteWatch watch(parser.values(QStringLiteral("note")));
+    return QCoreApplication::exec();
+}
+
+#include "sitewatch.moc"
