@@ -36,7 +36,7 @@ private:
     bool waitUntilAnswering();
     void end();
 
-    // Dies with the test, also when that crashes.
+    // Dies with the thread that started it, also when the test crashes.
     class Process : public QProcess
     {
         void setupChildProcess() override;
