@@ -3,8 +3,9 @@
 #include <QDebug>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QMutex>
 #include <QTimer>
+
+#include <mutex>
 
 #include "jsonmembers.h"
 #include "statefile.h"
@@ -15,7 +16,7 @@ QList<tBasis> basis;
 namespace
 {
 
-QMutex engineMutex; // guards basis
+std::mutex engineMutex; // guards basis; not Qt's, which the thread sanitizer cannot see
 
 constexpr int tickMs = 1000;
 
@@ -56,13 +57,13 @@ JCJJ::JCJJ(QObject *parent) : QThread(parent) {}
 void JCJJ::run()
 {
     {
-        const QMutexLocker lock(&engineMutex);
+        const std::lock_guard lock(engineMutex);
         ConfigureStaticRead();
     }
     QTimer tick;
     // The timer as context: the count runs in this thread, not in the object's.
     connect(&tick, &QTimer::timeout, &tick, [] {
-        const QMutexLocker lock(&engineMutex);
+        const std::lock_guard lock(engineMutex);
         for (tBasis &entry : basis)
             ++entry.silentTicks;
     });
@@ -77,7 +78,7 @@ void JCJJ::mylocal(FoundationData data)
 
 void JCJJ::CollideSlots(FoundationData foundata)
 {
-    const QMutexLocker lock(&engineMutex);
+    const std::lock_guard lock(engineMutex);
     if (calibrate(MParameter, foundata, &basis))
         ConfigureStaticWrit();
     tBasis *entry = findByName(foundata.name, &basis);
