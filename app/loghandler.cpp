@@ -75,9 +75,9 @@ void installLogHandler()
 void pruneLogs(const QDateTime &now)
 {
     const QDateTime cutOff = now.addDays(-keptDays);
-    const QFileInfoList files =
-        QDir(QStringLiteral("log"))
-            .entryInfoList({QStringLiteral("*.txt")}, QDir::Files, QDir::NoSort);
+    const QFileInfoList files = QDir(QStringLiteral("log"))
+                                    .entryInfoList({QStringLiteral("*.txt")},
+                                                   QDir::Files | QDir::CaseSensitive, QDir::NoSort);
     for (const QFileInfo &file : files) {
         const QDateTime created = creationTime(file);
         if (!created.isValid() || created >= cutOff)

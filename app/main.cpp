@@ -1,3 +1,4 @@
+#include <QByteArray>
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDebug>
@@ -5,6 +6,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "loghandler.h"
@@ -23,9 +25,27 @@ void occupyStandardStreams()
     int descriptor = 0;
     do
         descriptor = ::open("/dev/null", O_RDWR);
-    while (descriptor >= 0 && descriptor <= 2);
-    if (descriptor > 2)
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO)
         ::close(descriptor);
+}
+
+/// A reader of our output that has stalled must not hold up an alarm: what a full pipe or a halted
+/// terminal does not take is lost. Opened anew, since the mode of the present opening belongs to
+/// whoever started us as well; a file needs no such thing, a socket allows none.
+void keepOutputFromBlocking()
+{
+    for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
+        struct stat kind = {};
+        if (::fstat(stream, &kind) != 0 || !(S_ISFIFO(kind.st_mode) || ::isatty(stream)))
+            continue;
+        const QByteArray path = "/proc/self/fd/" + QByteArray::number(stream);
+        const int opened = ::open(path.constData(), O_WRONLY | O_NONBLOCK | O_NOCTTY);
+        if (opened < 0)
+            continue;
+        ::dup2(opened, stream);
+        ::close(opened);
+    }
 }
 
 } // namespace
@@ -34,6 +54,7 @@ int main(int argc, char **argv)
 {
     std::signal(SIGPIPE, SIG_IGN); // whoever reads our output may go
     occupyStandardStreams();
+    keepOutputFromBlocking();
     installLogHandler();
     const QCoreApplication application(argc, argv);
     const QString start =

@@ -100,6 +100,8 @@ bool StateFile::replaceBy(const QByteArray &bytes) const
     }
     QSaveFile replacement(m_name);
     replacement.setDirectWriteFallback(true);
+    // A full disk shows in flush(); commit() alone would put an empty file in the place of a short
+    // one and call that a success.
     return replacement.open(QIODevice::WriteOnly) && replacement.write(bytes) == bytes.size() &&
-           replacement.commit();
+           replacement.flush() && replacement.commit();
 }

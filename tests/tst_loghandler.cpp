@@ -106,10 +106,12 @@ void TestLogHandler::onlyTextFilesAreRemoved()
 {
     QDir().mkpath(QStringLiteral("log/folder.txt"));
     WorkingDirectory::write(QStringLiteral("log/notes.md"), "x");
+    WorkingDirectory::write(QStringLiteral("log/NOTES.TXT"), "x");
     WorkingDirectory::write(QStringLiteral("other.txt"), "x");
     pruneLogs(QDateTime::currentDateTime().addDays(30));
     QVERIFY(QFile::exists(QStringLiteral("log/folder.txt")));
     QVERIFY(QFile::exists(QStringLiteral("log/notes.md")));
+    QVERIFY(QFile::exists(QStringLiteral("log/NOTES.TXT")));
     QVERIFY(QFile::exists(QStringLiteral("other.txt")));
 }
 

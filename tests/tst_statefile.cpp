@@ -50,6 +50,7 @@ private Q_SLOTS:
     void unchangedBytesAreEchoedButNotWritten();
     void bytesThatChangedOnDiskAreWrittenAgain();
     void refusedReplacementKeepsTheOldFile();
+    void fullDiskKeepsTheOldFile_data();
     void fullDiskKeepsTheOldFile();
 
 private:
@@ -195,24 +196,35 @@ void TestStateFile::refusedReplacementKeepsTheOldFile()
     QCOMPARE(output.text(), QByteArray());
 }
 
+void TestStateFile::fullDiskKeepsTheOldFile_data()
+{
+    QTest::addColumn<int>("elements");
+    QTest::newRow("short: fails when the buffer is flushed") << 10;
+    QTest::newRow("long: fails while writing") << 20000;
+}
+
+/// A size limit of this process stands in for the full disk: the write fails in the same place.
 void TestStateFile::fullDiskKeepsTheOldFile()
 {
-    // A size limit of this process stands in for the full disk: the write fails in the same place.
+    QFETCH(int, elements);
     WorkingDirectory::write(name, "[2]");
-    QJsonArray large;
-    for (int i = 0; i < 20000; ++i)
-        large.append(i);
+    QJsonArray larger;
+    for (int i = 0; i < elements; ++i)
+        larger.append(i);
+    OutputCapture output;
     ::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit before = {};
-    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
-    struct rlimit small = before;
-    small.rlim_cur = 4096;
-    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    struct rlimit limit = {};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    struct rlimit full = limit;
+    full.rlim_cur = 4;
     QTest::ignoreMessage(QtCriticalMsg, failure);
-    craneFile().write(QJsonDocument(large));
-    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &full), 0);
+    craneFile().write(QJsonDocument(larger));
+    const int restored = ::setrlimit(RLIMIT_FSIZE, &limit);
+    QCOMPARE(restored, 0);
     QCOMPARE(WorkingDirectory::read(name), QByteArray("[2]"));
     QCOMPARE(QDir().entryList(QDir::Files), QStringList{name});
+    QVERIFY(!output.text().contains("写入"));
 }
 
 QTEST_GUILESS_MAIN(TestStateFile)

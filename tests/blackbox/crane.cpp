@@ -47,9 +47,16 @@ void Crane::start(Streams streams, const QStringList &wrapper)
         m_process->setStandardOutputProcess(m_reader.get());
         runThrough(QStringLiteral("sleep 0.5; exec \"$0\" 2>&1"));
         break;
+    case Streams::Stalled:
+        m_reader = std::make_unique<Child>();
+        m_process->setStandardOutputProcess(m_reader.get());
+        runThrough(QStringLiteral("exec \"$0\" 2>&1"));
+        break;
     }
     m_process->start(command.takeFirst(), command);
-    if (m_reader) {
+    if (m_reader && streams == Streams::Stalled) {
+        m_reader->start(QStringLiteral("sleep"), {QStringLiteral("1000")});
+    } else if (m_reader) {
         m_reader->start(QStringLiteral("true"), QStringList());
         m_reader->waitForFinished();
     }

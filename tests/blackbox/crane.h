@@ -16,8 +16,9 @@ class Crane
 public:
     enum class Streams {
         Captured,
-        Closed,    // descriptors 1 and 2 do not exist
-        ReaderGone // both a pipe that nobody reads: every write fails
+        Closed,     // descriptors 1 and 2 do not exist
+        ReaderGone, // both a pipe whose reader is gone: every write fails
+        Stalled     // both a pipe whose reader does not read
     };
 
     Crane();

@@ -153,17 +153,18 @@ void TestHostileStart::sameCraneTwiceInTheFiles()
 
 void TestHostileStart::outputThatNobodyTakes_data()
 {
-    QTest::addColumn<bool>("areClosed");
+    QTest::addColumn<int>("streams");
 
-    QTest::newRow("closed") << true;
-    QTest::newRow("a pipe without a reader") << false;
+    QTest::newRow("closed") << int(Crane::Streams::Closed);
+    QTest::newRow("a pipe without a reader") << int(Crane::Streams::ReaderGone);
+    QTest::newRow("a pipe that is never read") << int(Crane::Streams::Stalled);
 }
 
 void TestHostileStart::outputThatNobodyTakes()
 {
-    QFETCH(bool, areClosed);
+    QFETCH(int, streams);
     Crane &crane = m_bench->crane;
-    crane.start(areClosed ? Crane::Streams::Closed : Crane::Streams::ReaderGone);
+    crane.start(static_cast<Crane::Streams>(streams));
     const auto toBoard = [](const char *topic, const QByteArray &payload) {
         publish(boardPort, QLatin1String(topic), payload);
     };
@@ -172,6 +173,8 @@ void TestHostileStart::outputThatNobodyTakes()
     };
     QVERIFY(repeatUntil([&] { toBoard("Local/DUID", R"({"duid":{"value":"DEV9"}})"); },
                         fileHas(0, "DEV9")));
+    // Echoed: more than a pipe holds.
+    toBoard("Local/Alarmlots", R"({"text":")" + QByteArray(300000, 'x') + R"("})");
     toBoard("Local/IdentityInfo", registrationDocument());
     toBoard("Local/Workset", worksetDocument("N9", 999, 12, 40));
     QVERIFY(repeatUntil(
