@@ -32,12 +32,16 @@ void occupyStandardStreams()
 
 /// A reader of our output that has stalled must not hold up an alarm: what a full pipe or a halted
 /// terminal does not take is lost. Opened anew, since the mode of the present opening belongs to
-/// whoever started us as well; a file needs no such thing, a socket allows none.
+/// whoever started us as well; a file needs no such thing, and a
+/// socket cannot be opened.
 void keepOutputFromBlocking()
 {
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
         struct stat kind = {};
-        if (::fstat(stream, &kind) != 0 || !(S_ISFIFO(kind.st_mode) || ::isatty(stream)))
+        ::fstat(stream, &kind);
+        if (S_ISSOCK(kind.st_mode)) // a journal's: it belongs to this process alone
+            ::fcntl(stream, F_SETFL, O_NONBLOCK);
+        if (!S_ISFIFO(kind.st_mode) && !::isatty(stream))
             continue;
         const QByteArray path = "/proc/self/fd/" + QByteArray::number(stream);
         const int opened = ::open(path.constData(), O_WRONLY | O_NONBLOCK | O_NOCTTY);
