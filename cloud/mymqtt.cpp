@@ -2,7 +2,6 @@
 
 #include <QDateTime>
 #include <QDebug>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -10,9 +9,8 @@
 
 #include "documents.h"
 #include "echo.h"
-#include "jsonmembers.h"
 #include "mqttclient.h"
-#include "statefile.h"
+#include "recordfile.h"
 
 QString LOCAL_QRCODE_TX;
 QString mytop;
@@ -184,17 +182,10 @@ void MqttThread::VicinityStatusSlots(QString top, QString string)
 
 void MqttThread::ConfigureStaticRead()
 {
-    for (const QJsonObject &json : cloudFile().readRecords()) {
-        FoundationData record;
-        readMembers(json, numberMembers, textMembers, &record);
-        foundata.append(record);
-    }
+    appendRecords(cloudFile(), numberMembers, textMembers, &foundata);
 }
 
 void MqttThread::ConfigureStaticWrit()
 {
-    QJsonArray records;
-    for (const FoundationData &record : qAsConst(foundata))
-        records.append(writeMembers(record, numberMembers, textMembers));
-    cloudFile().write(QJsonDocument(records));
+    writeRecords(cloudFile(), numberMembers, textMembers, foundata);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMetaType>
 #include <QString>
 
 /// One crane: its fixed geometry, its live motion, its identity and its cloud topics.
@@ -31,3 +32,5 @@ struct FoundationData {
     QString MqttTop;          ///< cloud subscription filter, without the final "#"
     QString MqttDataTop;      ///< prefix of the own cloud topics, up to the device id
 };
+
+Q_DECLARE_METATYPE(FoundationData)

@@ -1,6 +1,143 @@
 #include "uarttradio.h"
 
+#include <QDebug>
+#include <QSerialPort>
+#include <QTimer>
+
+#include "radioneighbours.h"
+#include "recordfile.h"
+
+namespace
+{
+
+constexpr int sendIntervalMs = 500;
+constexpr int retryIntervalMs = 1000;
+
+// One table drives both directions, so a key cannot be saved and not loaded.
+constexpr NumberMember<FoundationData> numberMembers[] = {
+    {QLatin1String("location_X"), &FoundationData::location_X},
+    {QLatin1String("location_Y"), &FoundationData::location_Y},
+    {QLatin1String("armwidth"), &FoundationData::armwidth},
+    {QLatin1String("craneheight"), &FoundationData::craneheight},
+};
+
+constexpr TextMember<FoundationData> textMembers[] = {
+    {QLatin1String("top"), &FoundationData::duid},
+    {QLatin1String("name"), &FoundationData::name},
+    {QLatin1String("heightzero"), &FoundationData::heightzero},
+    {QLatin1String("type"), &FoundationData::type},
+};
+
+StateFile radioFile()
+{
+    return StateFile(QStringLiteral("Radio.txt"), QStringLiteral("Radio.txt配置文件"));
+}
+
+} // namespace
+
 Radio::Radio(QObject *parent) : QThread(parent) {}
 
-// TODO: build the own radio frame; nothing sends it until the serial link is there.
-void Radio::Radioslots(QString) {}
+void Radio::Radioslots(QString string)
+{
+    applyReading(string, &m_record);
+    const QByteArray frame = buildMotionFrame(m_record);
+    const QMutexLocker lock(&m_frameMutex);
+    m_currentFrame = frame;
+}
+
+void Radio::run()
+{
+    QSerialPort port;
+    m_port = &port;
+    port.setPortName(QStringLiteral("/dev/ttyUSB0"));
+    port.setBaudRate(QSerialPort::Baud115200);
+    port.setDataBits(QSerialPort::Data8);
+    port.setParity(QSerialPort::NoParity);
+    port.setStopBits(QSerialPort::OneStop);
+    port.setFlowControl(QSerialPort::NoFlowControl);
+    QTimer sendTimer;
+    m_sendTimer = &sendTimer;
+    sendTimer.setInterval(sendIntervalMs);
+    QTimer retryTimer;
+    m_retryTimer = &retryTimer;
+    retryTimer.setInterval(retryIntervalMs);
+
+    // Port and timers as context: all of it runs in this thread, not in the object's.
+    connect(&sendTimer, &QTimer::timeout, &sendTimer, [this] { send(); });
+    connect(&retryTimer, &QTimer::timeout, &retryTimer, [this] { openPort(); });
+    connect(&port, &QSerialPort::readyRead, &port, [this] { receive(); });
+    connect(&port, &QSerialPort::errorOccurred, &port, [this](QSerialPort::SerialPortError error) {
+        if (error != QSerialPort::NoError && m_port->isOpen())
+            losePort();
+    });
+    openPort();
+    exec();
+}
+
+void Radio::openPort()
+{
+    if (!m_port->open(QIODevice::ReadWrite)) {
+        if (!m_isLossLogged)
+            qDebug() << "Can't open serial port!";
+        m_isLossLogged = true;
+        m_retryTimer->start();
+        return;
+    }
+    if (!m_isLoaded)
+        ConfigureStaticRead();
+    m_isLoaded = true;
+    m_isLossLogged = false;
+    qDebug() << "打开成功"; // opened
+    m_retryTimer->stop();
+    m_schedule.restart();
+    m_sendTimer->start();
+}
+
+/// At once: an adapter that is pulled out reports errors as fast as the loop can take them.
+void Radio::losePort()
+{
+    m_sendTimer->stop();
+    m_port->close();
+    m_retryTimer->start();
+}
+
+void Radio::send()
+{
+    QByteArray frame;
+    {
+        const QMutexLocker lock(&m_frameMutex);
+        frame = m_currentFrame;
+    }
+    // A modem that takes nothing is not given more: the frames would pile up here.
+    if (m_schedule.isDue(frame) && m_port->bytesToWrite() == 0)
+        m_port->write(frame);
+}
+
+/// The bytes of one notification are one frame.
+void Radio::receive()
+{
+    const QByteArray chunk = m_port->readAll();
+    if (chunk.size() < shortestChunk)
+        return;
+    qDebug() << checkOf(chunk) << chunk;
+    const std::optional<RadioFrame> frame = parseFrame(chunk);
+    if (!frame)
+        return;
+    if (frame->type == RadioFrame::Motion) {
+        for (const FoundationData &moved : takeMotion(*frame, &m_neighbours))
+            Q_EMIT CollideSignal(moved);
+    } else if (frame->type == RadioFrame::Attributes) {
+        takeAttributes(*frame, &m_neighbours);
+        ConfigureStaticWrit();
+    }
+}
+
+void Radio::ConfigureStaticRead()
+{
+    appendRecords(radioFile(), numberMembers, textMembers, &m_neighbours);
+}
+
+void Radio::ConfigureStaticWrit()
+{
+    writeRecords(radioFile(), numberMembers, textMembers, m_neighbours);
+}

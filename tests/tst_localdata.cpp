@@ -23,8 +23,6 @@ const QByteArray registration = R"({"reginfo":{"type":{"id":3},"generic":{"field
 
 } // namespace
 
-Q_DECLARE_METATYPE(FoundationData)
-
 class TestLocalData : public QObject
 {
     Q_OBJECT

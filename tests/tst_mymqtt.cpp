@@ -24,8 +24,6 @@ QByteArray workset(const QByteArray &members)
 
 } // namespace
 
-Q_DECLARE_METATYPE(FoundationData)
-
 class TestMyMqtt : public QObject
 {
     Q_OBJECT
