@@ -1,7 +1,7 @@
 #!/bin/bash
 # Installs the Debian packages that this tree needs, by group, and only those that are missing.
 #
-#   tools/packages.sh GROUP...      groups: build run test audio bench
+#   tools/packages.sh GROUP...      groups: build run test audio voice bench
 #
 # As root, or through sudo. Where neither is possible it names what is missing, gives the one
 # command that installs it, and fails.
@@ -18,6 +18,7 @@ packagesOf() {
       echo mosquitto mosquitto-clients iproute2 util-linux procps git clang-format-14 valgrind \
         socat ;;
     audio) echo pulseaudio pulseaudio-utils sox libsox-fmt-mp3 ;;
+    voice) echo espeak-ng sox lame ;;
     bench) echo libbenchmark-dev ;;
     *) return 1 ;;
   esac
@@ -28,7 +29,7 @@ fail() {
   exit 1
 }
 
-[ $# -gt 0 ] || fail "name the groups to install: build run test audio bench"
+[ $# -gt 0 ] || fail "name the groups to install: build run test audio voice bench"
 wanted=()
 for group in "$@"; do
   list=$(packagesOf "$group") || fail "no such group: $group"

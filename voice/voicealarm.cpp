@@ -1,11 +1,69 @@
 #include "voicealarm.h"
 
-VoiceAlarm::VoiceAlarm(QObject *parent) : QThread(parent) {}
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
 
-// TODO: play the sound file that belongs to the alarm; nothing calls this until alarms are spoken.
-void VoiceAlarm::VoiceMessageSlots(QString, QVector3D, QVector3D, QVector3D, QVector3D, bool) {}
+#include "soundplayer.h"
+#include "warningsounds.h"
+
+namespace
+{
+
+constexpr int longestSoundMs = 15000;
+constexpr int pauseAfterFailureMs = 5000;
+
+} // namespace
+
+VoiceAlarm::VoiceAlarm(QObject *parent) : QThread(parent), m_player(new SoundPlayer)
+{
+    m_player->moveToThread(this);
+    connect(m_player.get(), &SoundPlayer::finished, this, [this](bool isPlayed) {
+        m_isPlayerBusy = false;
+        if (!isPlayed)
+            m_sinceFailure.start();
+    });
+}
+
+VoiceAlarm::~VoiceAlarm()
+{
+    quit();
+    wait();
+}
 
 void VoiceAlarm::run()
 {
     exec();
+}
+
+void VoiceAlarm::VoiceMessageSlots(QString alarm, QVector3D, QVector3D mEnd, QVector3D,
+                                   QVector3D hEnd, bool)
+{
+    const QString path = QCoreApplication::applicationDirPath() + QStringLiteral("/voice/") +
+                         warningFileFor(alarm, mEnd, hEnd);
+    m_waiting.add(path);
+    if (m_isSpeaking)
+        return;
+    m_isSpeaking = true;
+    while (const std::optional<QString> next = m_waiting.takeNext())
+        playAudioAndWait(*next);
+    m_isSpeaking = false;
+}
+
+void VoiceAlarm::playAudioAndWait(const QString &path)
+{
+    const bool isPausing =
+        m_sinceFailure.isValid() && !m_sinceFailure.hasExpired(pauseAfterFailureMs);
+    if (isPausing || m_isPlayerBusy)
+        return;
+    QEventLoop untilEnded;
+    connect(m_player.get(), &SoundPlayer::finished, &untilEnded, &QEventLoop::quit);
+    QTimer::singleShot(longestSoundMs, &untilEnded, [this, &untilEnded] {
+        m_sinceFailure.start();
+        QMetaObject::invokeMethod(m_player.get(), &SoundPlayer::stop);
+        untilEnded.quit();
+    });
+    m_isPlayerBusy = true;
+    QMetaObject::invokeMethod(m_player.get(), [this, path] { m_player->play(path); });
+    untilEnded.exec();
 }
