@@ -12,12 +12,13 @@ Workers createWorkers()
             new VoiceAlarm(nullptr)};
 }
 
-std::array<Connection, 11> wiring(const Workers &workers)
+std::array<Connection, 13> wiring(const Workers &workers)
 {
     QObject *cloud = workers.cloud;
     QObject *local = workers.local;
     QObject *engine = workers.engine;
     QObject *radio = workers.radio;
+    QObject *voice = workers.voice;
     // clang-format off
     return {{
         {local,  SIGNAL(TopSignals(QString,QString)),
@@ -42,15 +43,21 @@ std::array<Connection, 11> wiring(const Workers &workers)
          local,  SLOT(VicinityStatusSlots(QString))},
         {local,  SIGNAL(Radiosignals(QString)),
          radio,  SLOT(Radioslots(QString))},
+        {radio,  SIGNAL(CollideSignal(FoundationData)),
+         engine, SLOT(RadioCollideSlots(FoundationData))},
+        {engine, SIGNAL(VoiceMessageSignals(QString,QVector3D,QVector3D,QVector3D,QVector3D,bool)),
+         voice,  SLOT(VoiceMessageSlots(QString,QVector3D,QVector3D,QVector3D,QVector3D,bool)),
+         Qt::QueuedConnection},
     }};
     // clang-format on
 }
 
 bool connectWorkers(const Workers &workers)
 {
+    qRegisterMetaType<FoundationData>("FoundationData"); // the radio's reports are queued
     bool all = true;
     for (const Connection &row : wiring(workers))
-        all = QObject::connect(row.sender, row.signal, row.receiver, row.slot) && all;
+        all = QObject::connect(row.sender, row.signal, row.receiver, row.slot, row.type) && all;
     return all;
 }
 
@@ -60,4 +67,5 @@ void startWorkers(const Workers &workers)
     workers.engine->start(QThread::InheritPriority);
     workers.local->start(QThread::InheritPriority);
     workers.voice->start(QThread::InheritPriority);
+    workers.radio->start(QThread::InheritPriority);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtCore/qnamespace.h>
+
 #include <array>
 
 class JCJJ;
@@ -25,13 +27,15 @@ struct Connection {
     const char *signal;
     QObject *receiver;
     const char *slot;
+    Qt::ConnectionType type = Qt::AutoConnection;
 };
 
 Workers createWorkers();
 
-/// Who tells whom what, in the order in which the connections are made. All are automatic: emitted
-/// in the main thread a signal calls the slot directly, otherwise it is queued to the main thread.
-std::array<Connection, 11> wiring(const Workers &workers);
+/// Who tells whom what, in the order in which the connections are made. Emitted in the main thread
+/// a signal calls the slot directly, otherwise it is queued to the main thread; only the spoken
+/// warnings are always queued, since their slot waits in an event loop of its own.
+std::array<Connection, 13> wiring(const Workers &workers);
 
 /// Makes every connection; false if one of them does not exist.
 bool connectWorkers(const Workers &workers);

@@ -67,6 +67,13 @@ bool calibrate(const FoundationData &own, const FoundationData &report, QList<tB
     return true;
 }
 
+void completeRadioReport(const tBasis &entry, FoundationData *report)
+{
+    report->type = entry.type;
+    report->heightzero = entry.heightzero;
+    report->armwidth = entry.armwidth;
+}
+
 tBasis *findByName(const QString &name, QList<tBasis> *neighbours)
 {
     const auto found = std::find_if(neighbours->begin(), neighbours->end(),
@@ -101,12 +108,12 @@ ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report,
     const bool isActive = entry->alarmFlags & zoneActive;
     if (result.distance > 2.0f * own.safelen) {
         if (isActive)
-            result.alarm = Alarm{entry->zoneMessage, false};
+            result.alarm = Alarm{entry->zoneMessage, false, ownJib, jib};
         entry->alarmFlags &= ~zoneActive;
     } else if (!isActive) {
         entry->zoneMessage = zoneText(report.name, result.distance);
         entry->alarmFlags |= zoneActive;
-        result.alarm = Alarm{entry->zoneMessage, true};
+        result.alarm = Alarm{entry->zoneMessage, true, ownJib, jib};
     }
     return result;
 }
@@ -122,9 +129,9 @@ QVector<Alarm> evaluatePairs(const FoundationData &own, const FoundationData &re
             const float distance = clearance(ownPart, part);
             if (distance <= own.safelen && message->isEmpty()) {
                 *message = pairText(ownPart.name, report.name, part.name, distance);
-                alarms.append({*message, true});
+                alarms.append({*message, true, ownPart, part});
             } else if (distance > own.safelen && !message->isEmpty()) {
-                alarms.append({*message, false});
+                alarms.append({*message, false, ownPart, part});
                 message->clear();
             }
             ++message;

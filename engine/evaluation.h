@@ -22,6 +22,8 @@ constexpr int pairAlarmLevel = 25; ///< a part of the own crane and one of the n
 struct Alarm {
     QString text;
     bool triggered = false; ///< true when it is raised, false when it is cleared
+    Line_3D own;            ///< the two segments that came close
+    Line_3D neighbour;
 };
 
 /// Takes a calibration report: both cranes in calibration mode (arm lengths of 999 and more), the
@@ -32,6 +34,9 @@ bool calibrate(const FoundationData &own, const FoundationData &report, QList<tB
 
 /// First entry whose name is \a name; null if there is none.
 tBasis *findByName(const QString &name, QList<tBasis> *neighbours);
+
+/// Gives a report that came by radio what no frame carries, so that it blanks nothing.
+void completeRadioReport(const tBasis &entry, FoundationData *report);
 
 /// Takes the motion and dimensions of \a report into its entry, and gives both records what the
 /// entry knows of the pair: the reference readings, the neighbour's place. Ends its silence.

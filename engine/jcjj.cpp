@@ -1,14 +1,11 @@
 #include "jcjj.h"
 
 #include <QDebug>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QTimer>
 
 #include <mutex>
 
-#include "jsonmembers.h"
-#include "statefile.h"
+#include "recordfile.h"
 
 FoundationData MParameter;
 QList<tBasis> basis;
@@ -79,17 +76,30 @@ void JCJJ::mylocal(FoundationData data)
 void JCJJ::CollideSlots(FoundationData foundata)
 {
     const std::lock_guard lock(engineMutex);
-    if (calibrate(MParameter, foundata, &basis))
+    runCycle(foundata);
+}
+
+void JCJJ::RadioCollideSlots(FoundationData report)
+{
+    const std::lock_guard lock(engineMutex);
+    if (const tBasis *entry = findByName(report.name, &basis))
+        completeRadioReport(*entry, &report);
+    runCycle(report);
+}
+
+void JCJJ::runCycle(FoundationData report)
+{
+    if (calibrate(MParameter, report, &basis))
         ConfigureStaticWrit();
-    tBasis *entry = findByName(foundata.name, &basis);
+    tBasis *entry = findByName(report.name, &basis);
     if (!entry)
         return;
-    takeReport(entry, &MParameter, &foundata);
+    takeReport(entry, &MParameter, &report);
     sendAttitude();
     sendVicinity();
     sendStatus();
-    sendZone(foundata, entry);
-    sendPairs(foundata, entry);
+    sendZone(report, entry);
+    sendPairs(report, entry);
 }
 
 void JCJJ::sendAttitude()
@@ -130,30 +140,32 @@ void JCJJ::sendZone(const FoundationData &report, tBasis *entry)
 {
     const ZoneResult zone = evaluateZone(MParameter, report, entry);
     if (zone.alarm)
-        Q_EMIT CollideMessageSignals(zone.alarm->text, zoneAlarmLevel,
-                                     MParameter.MqttTop + MParameter.duid, zone.alarm->triggered);
+        sendAlarm(*zone.alarm, zoneAlarmLevel, MParameter.MqttTop + MParameter.duid,
+                  QStringLiteral("rotationTorotation"));
     qDebug() << report.name << "回转到回转" << zone.distance; // slewing to slewing
 }
 
 void JCJJ::sendPairs(const FoundationData &report, tBasis *entry)
 {
     for (const Alarm &alarm : evaluatePairs(MParameter, report, entry))
-        Q_EMIT CollideMessageSignals(alarm.text, pairAlarmLevel, dataTopic(), alarm.triggered);
+        sendAlarm(alarm, pairAlarmLevel, dataTopic(), QStringLiteral("HeightTRotationAlarm"));
+}
+
+/// Only what is raised is spoken.
+void JCJJ::sendAlarm(const Alarm &alarm, int level, const QString &top, const QString &voiceKind)
+{
+    Q_EMIT CollideMessageSignals(alarm.text, level, top, alarm.triggered);
+    if (alarm.triggered)
+        Q_EMIT VoiceMessageSignals(voiceKind, alarm.own.begin, alarm.own.end, alarm.neighbour.begin,
+                                   alarm.neighbour.end, true);
 }
 
 void JCJJ::ConfigureStaticRead()
 {
-    for (const QJsonObject &json : engineFile().readRecords()) {
-        tBasis entry;
-        readMembers(json, numberMembers, textMembers, &entry);
-        basis.append(entry);
-    }
+    appendRecords(engineFile(), numberMembers, textMembers, &basis);
 }
 
 void JCJJ::ConfigureStaticWrit()
 {
-    QJsonArray records;
-    for (const tBasis &entry : qAsConst(basis))
-        records.append(writeMembers(entry, numberMembers, textMembers));
-    engineFile().write(QJsonDocument(records));
+    writeRecords(engineFile(), numberMembers, textMembers, basis);
 }

@@ -37,6 +37,8 @@ public Q_SLOTS:
     void mylocal(FoundationData data);
     /// One evaluation cycle for the neighbour that reports.
     void CollideSlots(FoundationData foundata);
+    /// The same for a neighbour heard by radio; what no frame carries is taken from its entry.
+    void RadioCollideSlots(FoundationData report);
 
 Q_SIGNALS:
     /// An alarm is raised or cleared; \a level is 15 (slewing zone) or 25 (a pair of parts).
@@ -47,16 +49,20 @@ Q_SIGNALS:
     void VicinitytoVSignals(QString top, QString tring);
     void VicinityStatusSignals(QString tring);
     void VicinityStatusSignals(QString top, QString tring);
-    // Declared for links that do not exist; nothing emits or receives them.
-    void Alarmsignals(QString alarm, QString top);
+    /// Right after an alarm was raised: its kind, "rotationTorotation" (slewing zone, both jibs in
+    /// plan) or "HeightTRotationAlarm" (a pair of parts), the own segment and the neighbour's.
     void VoiceMessageSignals(QString alarm, QVector3D mBegin, QVector3D mEnd, QVector3D hBegin,
                              QVector3D hEnd, bool triggered);
+    // Declared for links that do not exist; nothing emits or receives them.
+    void Alarmsignals(QString alarm, QString top);
     void MqttMessageSignals(QString messages);
 
 protected:
     void run() override;
 
 private:
+    void runCycle(FoundationData report); // under the mutex
+    void sendAlarm(const Alarm &alarm, int level, const QString &top, const QString &voiceKind);
     // A report goes out when its text differs from the last one of its kind, to the board first.
     void sendAttitude();
     void sendVicinity();
