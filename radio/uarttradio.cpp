@@ -108,8 +108,9 @@ void Radio::send()
         const QMutexLocker lock(&m_frameMutex);
         frame = m_currentFrame;
     }
-    // A modem that takes nothing is not given more: the frames would pile up here.
-    if (m_schedule.isDue(frame) && m_port->bytesToWrite() == 0)
+    // A modem that takes nothing is not given more, or the frames would pile up here; nor does
+    // the tick count as a sending: what is current when it takes bytes again goes out at once.
+    if (m_port->bytesToWrite() == 0 && m_schedule.isDue(frame))
         m_port->write(frame);
 }
 
