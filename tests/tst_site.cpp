@@ -1,4 +1,5 @@
 #include "cranemotion.h"
+#include "radiotalk.h"
 #include "silence.h"
 #include "site.h"
 #include "sitedocuments.h"
@@ -137,6 +138,7 @@ private Q_SLOTS:
     void armLengthsAreSeenInTheReport();
     void silenceComesAndGoes_data();
     void silenceComesAndGoes();
+    void radioFramesInBytes();
 };
 
 void TestSite::aSiteCanBeCommissioned_data()
@@ -493,6 +495,28 @@ void TestSite::silenceComesAndGoes()
     QCOMPARE(silence.isSilentAt(seconds), isSilent);
     silence.length = 0;
     QVERIFY(!silence.isSilentAt(seconds));
+}
+
+void TestSite::radioFramesInBytes()
+{
+    QCOMPARE(radioCheck("123456789"), quint16(0x4b37)); // published
+    CraneReading reading;
+    reading.height = 12.34;
+    reading.travel = 20;
+    reading.rotation = 358; // -2.00
+    QByteArray frame = radioMotionFrame(3, reading);
+    QCOMPARE(frame.left(10).toHex(' '), QByteArray("00 03 00 01 04 d2 07 d0 ff 38"));
+    QCOMPARE(radioCheck(frame), quint16(0)); // a frame with its check value leaves nothing over
+    for (const double rotation : {0.0, 179.99, 180.0, 359.99}) {
+        reading.rotation = rotation;
+        frame = radioMotionFrame(3, reading);
+        const int hundredths =
+            static_cast<qint16>(static_cast<quint8>(frame.at(8)) << 8 | quint8(frame.at(9)));
+        QCOMPARE((hundredths + 36000) % 36000, static_cast<int>(std::lround(rotation * 100)));
+    }
+    const SiteCrane crane = craneAt(0, 0, 0); // jib 45 m
+    QCOMPARE(radioAttributeFrame(0x1234, crane).left(6).toHex(' '),
+             QByteArray("12 34 00 02 11 94"));
 }
 
 QTEST_APPLESS_MAIN(TestSite)

@@ -60,6 +60,10 @@ struct CalibrationPose {
 /// device id and field number of the n-th crane are the same on every site.
 Site buildSite(int cranes, quint32 seed);
 
+/// Index of the neighbour that reports by radio where there is one: one that the own crane meets
+/// soon, and not the one that falls silent if there is another.
+int radioCrane(const Site &site);
+
 /// Bearing in degrees, [0, 360), from the axis of \a from to that of \a to. Not the same place.
 double bearingTo(const SiteCrane &from, const SiteCrane &to);
 

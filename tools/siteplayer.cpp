@@ -1,5 +1,6 @@
 #include "siteplayer.h"
 
+#include "radioneighbour.h"
 #include "siteclients.h"
 #include "sitedocuments.h"
 #include "waiting.h"
@@ -18,8 +19,8 @@ constexpr int messagesAtOnce = 50;        // then the event loop has a turn
 } // namespace
 
 SitePlayer::SitePlayer(const Site &site, const PlayOptions &options, SiteClients &clients,
-                       Waiting &waiting)
-    : m_site(site), m_options(options), m_clients(clients), m_waiting(waiting)
+                       Waiting &waiting, RadioNeighbour *radio)
+    : m_site(site), m_options(options), m_clients(clients), m_waiting(waiting), m_radio(radio)
 {
     for (const SiteCrane &crane : site)
         m_motions.emplace_back(crane);
@@ -30,6 +31,8 @@ SitePlayer::SitePlayer(const Site &site, const PlayOptions &options, SiteClients
 void SitePlayer::run()
 {
     QTextStream(stdout) << "motion" << Qt::endl;
+    if (m_radio)
+        m_radio->begin();
     m_clock.start();
     for (qint64 n = 0;; ++n) {
         const double seconds = static_cast<double>(n) / (m_options.rate * m_site.size());
@@ -66,11 +69,15 @@ void SitePlayer::report(int index, double seconds)
 {
     const SiteCrane &crane = m_site.at(index);
     CraneMotion &motion = m_motions.at(static_cast<std::size_t>(index));
-    const QByteArray state = craneStateDocument(readingOf(crane, motion.poseAt(seconds)));
+    const CraneReading reading = readingOf(crane, motion.poseAt(seconds));
     if (index == 0)
-        m_clients.publishLocal(craneStateTopic, state);
-    else if (index != silentCrane || !m_isSilent)
-        m_clients.publishCloud(neighbourStateTopic(crane), state);
+        m_clients.publishLocal(craneStateTopic, craneStateDocument(reading));
+    else if (index == silentCrane && m_isSilent)
+        return;
+    else if (m_radio && index == radioCrane(m_site))
+        m_radio->report(reading);
+    else
+        m_clients.publishCloud(neighbourStateTopic(crane), craneStateDocument(reading));
 }
 
 void SitePlayer::followSilence(double seconds)

@@ -7,6 +7,7 @@
 
 #include <vector>
 
+class RadioNeighbour;
 class SiteClients;
 class Waiting;
 
@@ -27,9 +28,10 @@ struct PlayOptions {
 class SitePlayer
 {
 public:
-    /// All references must outlive this.
-    SitePlayer(const Site &site, const PlayOptions &options, SiteClients &clients,
-               Waiting &waiting);
+    /// All references must outlive this, and so must \a radio, which may be null: else the crane
+    /// radioCrane() reports there and no more in the cloud.
+    SitePlayer(const Site &site, const PlayOptions &options, SiteClients &clients, Waiting &waiting,
+               RadioNeighbour *radio = nullptr);
 
     /// Plays until the time is over or the waiting is stopped.
     void run();
@@ -44,6 +46,7 @@ private:
     const PlayOptions m_options;
     SiteClients &m_clients;
     Waiting &m_waiting;
+    RadioNeighbour *const m_radio;
     std::vector<CraneMotion> m_motions; // in the site's order
     Silence m_silence;                  // of the first neighbour
     bool m_isSilent = false;

@@ -2,6 +2,8 @@
 // for each neighbour the unit that reports it.
 
 #include "commissioning.h"
+#include "radioneighbour.h"
+#include "radiotalk.h"
 #include "siteclients.h"
 #include "siteplayer.h"
 #include "waiting.h"
@@ -14,6 +16,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <initializer_list>
+#include <memory>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -28,6 +31,7 @@ struct Options {
     quint16 localPort = 0;
     quint16 cloudPort = 0;
     double waitSeconds = 0;
+    QString radioLink; // empty: nobody speaks by radio
 };
 
 /// One option with a number: name, meaning, the word for its value, default and range.
@@ -102,6 +106,16 @@ Options parseOptions(const QCoreApplication &application)
         "Plays a site of tower cranes to the anti-collision controller: the programs of the own\n"
         "crane's board on the local broker, the units of all neighbours on the cloud broker.\n"
         "Commissions the site (a tenth of a second for each neighbour), then moves the cranes."));
+    const QCommandLineOption radio(
+        QStringLiteral("radio"),
+        QStringLiteral(
+            "Make a serial device of this name, a pseudo-terminal, and let the neighbour "
+            "3号 (2号 of two cranes) report by radio once it is commissioned: "
+            "attributes at the begin and every 20 s, motion twice a second while it "
+            "moves. After 25 s the modem is pulled out for 5 s. Give the name that the "
+            "controller opens, /dev/ttyUSB0, where nothing real can have it."),
+        QStringLiteral("device"));
+    parser.addOption(radio);
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Shows this and ends."));
     parser.addOption(help);
@@ -122,6 +136,7 @@ Options parseOptions(const QCoreApplication &application)
         refuse(QStringLiteral("\"%1\" is no option").arg(parser.positionalArguments().first()));
 
     Options options;
+    options.radioLink = parser.value(radio);
     options.cranes = static_cast<int>(number(parser, cranesOption));
     options.seed = static_cast<quint32>(number(parser, seedOption));
     options.localPort = static_cast<quint16>(number(parser, localPortOption));
@@ -158,17 +173,35 @@ bool reachBrokers(SiteClients &clients, Waiting &waiting, qint64 patienceMs)
     return false;
 }
 
+/// Gives a neighbour the label by which it is known on the radio too, and a modem.
+std::unique_ptr<RadioNeighbour> joinByRadio(Site *site, const QString &link)
+{
+    const int index = radioCrane(*site);
+    const auto craneNumber = static_cast<quint16>(index + 1);
+    SiteCrane &crane = (*site)[index];
+    crane.fieldNumber = radioFieldNumber(craneNumber);
+    return std::make_unique<RadioNeighbour>(crane, craneNumber, link);
+}
+
 /// The whole play. False when it could not begin.
 bool play(const Options &options, SiteClients &clients, Waiting &waiting)
 {
-    const Site site = buildSite(options.cranes, options.seed);
+    Site site = buildSite(options.cranes, options.seed);
+    std::unique_ptr<RadioNeighbour> radio;
+    if (!options.radioLink.isEmpty()) {
+        radio = joinByRadio(&site, options.radioLink);
+        if (!radio->problem().isEmpty()) {
+            QTextStream(stderr) << radio->problem() << Qt::endl;
+            return false;
+        }
+    }
     const auto patienceMs = static_cast<qint64>(options.waitSeconds * 1000);
     if (!reachBrokers(clients, waiting, patienceMs))
         return false;
     if (!Commissioning(site, clients, waiting, patienceMs).run())
         return false;
     clients.stopWatching();
-    SitePlayer(site, options.play, clients, waiting).run();
+    SitePlayer(site, options.play, clients, waiting, radio.get()).run();
     return true;
 }
 
