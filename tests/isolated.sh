@@ -1,11 +1,12 @@
 #!/bin/bash
 # Runs a test that needs the fixed ports 1883 and 22222.
 #
-#   tests/isolated.sh COMMAND [ARGUMENT...]
+#   tests/isolated.sh [--devices] COMMAND [ARGUMENT...]
 #
 # The command gets a network namespace of its own, in which only the loopback interface exists.
 # Where the system refuses namespaces it runs on the machine's own loopback, one at a time, and
-# only while both ports are free. The command replaces this script: it has its process id.
+# only while both ports are free. With --devices it can make a /dev/ttyUSB0 of its own, which the
+# machine does not see; where that is refused this fails. The command replaces this script: it has its process id.
 set -eu
 
 fail() {
@@ -13,11 +14,22 @@ fail() {
   exit 1
 }
 
+devices=no
+if [ "${1:-}" = --devices ]; then
+  devices=yes
+  shift
+fi
 [ $# -gt 0 ] || fail "no command given"
 # shellcheck source-path=SCRIPTDIR source=../tools/namespace.sh
 . "$(dirname "$0")/../tools/namespace.sh"
 
-if findNamespace; then
+if [ $devices = yes ]; then
+  findNamespace --net --mount || fail "a mount namespace is refused: ${refusal:-no reason given}"
+  # shellcheck disable=SC2016
+  exec "${namespace[@]}" bash -euc \
+    '. "$0"; coverDevices; ip link set lo up; exec "$@"' "$(dirname "$0")/../tools/namespace.sh" "$@"
+fi
+if findNamespace --net; then
   command -v ip >/dev/null || fail "the command ip is missing (package iproute2)"
   exec "${namespace[@]}" bash -c 'ip link set lo up && exec "$@"' isolated "$@"
 fi
