@@ -122,10 +122,20 @@ QByteArray Crane::procFile(const char *name) const
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+qint64 Crane::statusNumber(const char *key) const
+{
+    const QRegularExpression line(QLatin1String(key) + QStringLiteral(":\\s+(\\d+)"));
+    return line.match(QString::fromLatin1(procFile("status"))).captured(1).toLongLong();
+}
+
 qint64 Crane::residentKib() const
 {
-    const QRegularExpression line(QStringLiteral("VmRSS:\\s+(\\d+) kB"));
-    return line.match(QString::fromLatin1(procFile("status"))).captured(1).toLongLong();
+    return statusNumber("VmRSS");
+}
+
+int Crane::threads() const
+{
+    return static_cast<int>(statusNumber("Threads"));
 }
 
 double Crane::cpuSeconds() const

@@ -47,11 +47,13 @@ public:
     QByteArray sanitizerReport();
 
     qint64 residentKib() const;
+    int threads() const;
     /// Processor time since the start, all threads.
     double cpuSeconds() const;
 
 private:
     QByteArray procFile(const char *name) const;
+    qint64 statusNumber(const char *key) const;
 
     QTemporaryDir m_folder;
     QTemporaryDir m_logFolder;

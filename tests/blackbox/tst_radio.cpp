@@ -83,7 +83,7 @@ private:
     Bench m_bench;
     RadioModem m_modem{device};
     QElapsedTimer m_clock;
-    QList<Chunk> m_onAir; // what the crane has sent
+    QList<Chunk> m_onAir;    // what the crane has sent
     bool m_isTurned = false; // the neighbour, by one degree
 };
 
