@@ -1,6 +1,8 @@
 #!/bin/bash
 # Shows the controller at work: installs what is missing, builds, starts two brokers, the
-# controller and a simulated site, and shows what the board is told.
+# controller and a simulated site, and shows what the board is told. One of the neighbours reports by
+# radio, where a mount namespace can give the controller a serial device that is none of the machine's.
+# Warnings are spoken where the machine has sound.
 #
 #   ./run.sh [--seconds N] [--cranes N] [--rate R] [--speed TIMES] [--seed N]
 #
@@ -83,26 +85,67 @@ attend() {
   unset "pids[$1]"
 }
 
-# The command by which one enters the namespace that this process is about to make.
+# The command by which one enters the network namespace that this process is about to make.
 entryCommand() {
-  if [ "${namespace[*]}" = "unshare --net" ]; then
-    echo "${SUDO_USER:+sudo }nsenter --target $$ --net"
-  else
+  if [[ " ${namespace[*]} " == *" --map-root-user "* ]]; then
     echo "nsenter --target $$ --user --net --preserve-credentials"
+  else
+    echo "${SUDO_USER:+sudo }nsenter --target $$ --net"
   fi
 }
 
-# Starts this script again in a network namespace of its own when a broker's port is taken.
-avoidTakenPorts() {
-  local port
+# Whether one can have devices of one's own, beside the `kinds` so far.
+findDevices() {
+  findNamespace "${kinds[@]}" --mount &&
+    refusal=$("${namespace[@]}" bash -euc '. tools/namespace.sh; coverDevices' 2>&1)
+}
+
+# Sets `kinds` and `port`: a network of one's own when a broker's port is taken, and devices of one's
+# own for the simulated radio, or lest the controller speak through the machine's real one.
+chooseNamespaces() {
+  kinds=()
   for port in 1883 22222; do
     if isPortTaken "$port"; then
-      findNamespace || fail "port $port is taken (by another broker? try: systemctl stop" \
-        "mosquitto), and a network namespace is refused: ${refusal:-no reason given}"
-      say "port $port is taken: using a network namespace of its own"
-      exec "${namespace[@]}" ./run.sh --inside-namespace "$(entryCommand)" "$@"
+      kinds=(--net)
+      break
     fi
   done
+  if [ -e /dev/ttyUSB0 ]; then
+    findDevices ||
+      fail "this machine has a /dev/ttyUSB0, from which the controller cannot be kept: a mount" \
+        "namespace is refused: ${refusal:-no reason given}"
+    say "no simulated radio: this machine has a /dev/ttyUSB0, which is left alone"
+    kinds+=(--mount)
+  elif findDevices; then
+    simulation+=(--radio /dev/ttyUSB0)
+    kinds+=(--mount)
+  else
+    say "no simulated radio: a mount namespace is refused: ${refusal:-no reason given}"
+  fi
+}
+
+# Starts this script again in the namespaces that it needs.
+enterNamespaces() {
+  local kinds port entry=''
+  chooseNamespaces
+  if [ ${#kinds[@]} = 0 ]; then
+    return 0
+  fi
+  findNamespace "${kinds[@]}" || fail "port $port is taken (by another broker? try: systemctl" \
+    "stop mosquitto), and a network namespace is refused: ${refusal:-no reason given}"
+  if [ "${kinds[0]}" = --net ]; then
+    say "port $port is taken: using a network namespace of its own"
+    entry=$(entryCommand)
+  fi
+  exec "${namespace[@]}" ./run.sh --inside-namespaces "${kinds[*]}" --entry "$entry" \
+    --seconds "$seconds" "${simulation[@]}"
+}
+
+# Whether something here can play the warnings: a sound server of this user's, or a card.
+hasSound() {
+  [ -n "${PULSE_SERVER:-}" ] ||
+    [ -S "${XDG_RUNTIME_DIR:-/run/user/$(id -u)}/pulse/native" ] ||
+    compgen -G '/dev/snd/pcm*p' >/dev/null
 }
 
 brokerConfiguration() {
@@ -152,6 +195,7 @@ startSite() {
   shift
   folder=$(mktemp -d "${TMPDIR:-/tmp}/crane-site.XXXXXX")
   say "logs and state files: $folder"
+  hasSound || say "no sound server and no sound card: the warnings are not heard"
   startBroker board-broker 1883
   startBroker cloud-broker 22222
   say "two brokers on 127.0.0.1: port 1883 on the board, port 22222 in the cloud"
@@ -161,7 +205,8 @@ startSite() {
   await anticollisiond isControllerListening
   say "the controller listens; starting the simulated site"
   start sitewatch "$bin/tools/sitewatch" --seconds "$seconds" \
-    --note "logs and state files: $folder" --note "by hand: $hand" 2>"$folder/sitewatch.log"
+    --note "logs and state files: $folder" --note "by hand: $hand" \
+    --radio "$folder/sitesim.log" 2>"$folder/sitewatch.log"
   startLogged sitesim "$bin/tools/sitesim" "$@"
 }
 
@@ -189,19 +234,19 @@ watchSite() {
 
 seconds=0
 entry=''
-inside=no
+inside=''
 simulation=()
-given=("$@")
 while [ $# -gt 0 ]; do
   case $1 in
     -h | --help) usage; exit 0 ;;
-    --seconds | --cranes | --rate | --speed | --seed | --inside-namespace)
+    --seconds | --cranes | --rate | --speed | --seed | --radio | --entry | --inside-namespaces)
       [ $# -ge 2 ] || fail "$1 needs a value" ;;
     *) fail "unknown option $1 (try --help)" ;;
   esac
   case $1 in
     --seconds) seconds=$2 ;;
-    --inside-namespace) inside=yes entry=$2 ;;
+    --entry) entry=$2 ;;
+    --inside-namespaces) inside=$2 ;;
     *) simulation+=("$1" "$2") ;;
   esac
   shift 2
@@ -213,13 +258,13 @@ trap 'exit 130' INT
 trap 'exit 143' TERM
 trap 'exit 129' HUP
 
-if [ "$inside" = no ]; then
+if [ -z "$inside" ]; then
   tools/packages.sh build run
   attend build tools/build.sh ci anticollisiond sitesim sitewatch
-  avoidTakenPorts "${given[@]}"
-else
-  ip link set lo up
+  enterNamespaces
 fi
+case " $inside " in *" --net "*) ip link set lo up ;; esac
+case " $inside " in *" --mount "*) coverDevices ;; esac
 startSite "$entry" "${simulation[@]}"
 trap 'exit 0' INT # from here on Ctrl-C is the usual end
 watchSite

@@ -13,7 +13,8 @@ packagesOf() {
         libmosquitto-dev ;;
     run) # the multimedia plugins play the spoken warnings; no dependency names them
       echo mosquitto mosquitto-clients iproute2 util-linux \
-        libqt5multimedia5-plugins gstreamer1.0-plugins-base gstreamer1.0-plugins-good ;;
+        libqt5multimedia5-plugins gstreamer1.0-plugins-base gstreamer1.0-plugins-good \
+        gstreamer1.0-alsa ;;
     test)
       echo mosquitto mosquitto-clients iproute2 util-linux procps git clang-format-14 valgrind \
         socat ;;

@@ -84,5 +84,7 @@ void RadioNeighbour::hear(const QByteArray &bytes)
         return;
     m_isOwnCraneHeard = true;
     const int number = static_cast<quint8>(bytes.at(0)) << 8 | static_cast<quint8>(bytes.at(1));
-    say(QStringLiteral("crane %1 is heard").arg(number));
+    say(QStringLiteral("%1 reports by radio, and hears crane %2")
+            .arg(m_crane.fieldNumber)
+            .arg(number));
 }

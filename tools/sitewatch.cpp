@@ -7,6 +7,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFile>
 #include <QSize>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -94,7 +95,8 @@ class SiteWatch : public QObject
 {
     Q_OBJECT
 public:
-    explicit SiteWatch(const QStringList &notes);
+    /// \a radioLog is a file to be followed, or empty.
+    SiteWatch(const QStringList &notes, const QString &radioLog);
     /// Gives the terminal back and prints the summary.
     ~SiteWatch() override;
 
@@ -103,9 +105,17 @@ private:
     void takeMessage(const QMQTT::Message &message);
     void takeAttitude();
     void setLink(const QString &state);
+    void followRadio();
     void redraw();
 
+    QStringList notes() const
+    {
+        return m_radio.isEmpty() ? m_notes : m_notes + QStringList(m_radio);
+    }
+
     const QStringList m_notes;
+    const QString m_radioLog;
+    QString m_radio; // its last line about the radio
     SiteView m_view;
     QMQTT::Client m_client;
     QTimer m_timer;
@@ -117,8 +127,22 @@ private:
 
 const QString attitudeTopic = QStringLiteral("Local/Vicinity/Attitude/TEXT");
 
-SiteWatch::SiteWatch(const QStringList &notes)
-    : m_notes(notes), m_client(QHostAddress(QHostAddress::LocalHost), boardPort),
+/// The last line in the simulator's log that is about the radio; empty if there is none.
+QString lastRadioLine(const QString &path)
+{
+    QFile log(path);
+    if (path.isEmpty() || !log.open(QIODevice::ReadOnly))
+        return {};
+    QByteArray last;
+    for (const QByteArray &line : log.readAll().split('\n'))
+        if (line.startsWith("radio: "))
+            last = line;
+    return QString::fromUtf8(last);
+}
+
+SiteWatch::SiteWatch(const QStringList &notes, const QString &radioLog)
+    : m_notes(notes), m_radioLog(radioLog),
+      m_client(QHostAddress(QHostAddress::LocalHost), boardPort),
       m_screen(isTerminal() ? std::make_unique<Screen>() : nullptr)
 {
     connect(&m_client, &QMQTT::Client::connected, this, &SiteWatch::subscribe);
@@ -141,7 +165,7 @@ SiteWatch::~SiteWatch()
     if (m_screen) {
         const QSize size = Screen::size();
         m_screen.reset();
-        for (const ViewLine &line : m_view.table(size.width(), size.height() - 3, m_notes))
+        for (const ViewLine &line : m_view.table(size.width(), size.height() - 3, notes()))
             writeLine(line.text.trimmed());
     }
     writeLine(m_view.summary());
@@ -184,16 +208,27 @@ void SiteWatch::setLink(const QString &state)
         writeLine(QTime::currentTime().toString(QStringLiteral("HH:mm:ss ")) + state);
 }
 
+void SiteWatch::followRadio()
+{
+    const QString line = lastRadioLine(m_radioLog);
+    if (line == m_radio)
+        return;
+    m_radio = line;
+    if (!m_screen)
+        writeLine(QTime::currentTime().toString(QStringLiteral("HH:mm:ss ")) + line);
+}
+
 void SiteWatch::redraw()
 {
     takeAttitude();
+    followRadio();
     if (!m_screen) {
         writeLine(QTime::currentTime().toString(QStringLiteral("HH:mm:ss ")) + m_view.status());
         return;
     }
     const QSize size = Screen::size();
     const QString clock = QTime::currentTime().toString(QStringLiteral("HH:mm:ss, "));
-    Screen::draw(m_view.table(size.width(), size.height(), QStringList(clock + m_link) + m_notes));
+    Screen::draw(m_view.table(size.width(), size.height(), QStringList(clock + m_link) + notes()));
 }
 
 // A descriptor that becomes readable when the program is asked to end.
@@ -226,6 +261,10 @@ int main(int argc, char *argv[])
                       QStringLiteral("n"), QStringLiteral("0")});
     parser.addOption({QStringLiteral("note"), QStringLiteral("A line to show over the table."),
                       QStringLiteral("text")});
+    parser.addOption({QStringLiteral("radio"),
+                      QStringLiteral("Show what the simulator last wrote into <log> about the "
+                                     "radio."),
+                      QStringLiteral("log")});
     parser.process(application);
 
     bool isNumber = false;
@@ -237,7 +276,8 @@ int main(int argc, char *argv[])
     if (seconds > 0)
         QTimer::singleShot(seconds * 1000, &application, &QCoreApplication::quit);
 
-    const SiteWatch watch(parser.values(QStringLiteral("note")));
+    const SiteWatch watch(parser.values(QStringLiteral("note")),
+                          parser.value(QStringLiteral("radio")));
     return QCoreApplication::exec();
 }
 

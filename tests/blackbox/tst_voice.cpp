@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <functional>
 
+Q_DECLARE_METATYPE(std::function<void()>)
+
 namespace
 {
 
@@ -267,8 +269,6 @@ void TestVoice::noAlarmWaits()
     QVERIFY(m_bench.crane.residentKib() < m_memory + 8000);
 #endif
 }
-
-Q_DECLARE_METATYPE(std::function<void()>)
 
 QTEST_GUILESS_MAIN(TestVoice)
 #include "tst_voice.moc"
