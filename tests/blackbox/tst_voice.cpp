@@ -258,7 +258,7 @@ void TestVoice::noAlarmWaits()
     const int log = m_bench.crane.log().size();
     const Latencies latencies = latenciesFor(ms);
     QVERIFY(latencies.median() < m_silence.median() + 50);
-    QVERIFY(latencies.longest() < m_silence.longest() + 500);
+    QVERIFY(latencies.longest() < m_silence.longest() + 1500); // the machine may be busy
 
     const QByteArrayList lines = foreignLines(log);
     QVERIFY2(lines.size() <= 8, lines.join('\n').constData()); // two tries, 4 lines each
