@@ -4,14 +4,6 @@
 
 #include "reproduciblemath.h"
 
-namespace
-{
-
-constexpr int mostHalvings = 16;
-constexpr double equallyFar = 0.01; // metres
-
-} // namespace
-
 float QDrawingPaperView::calculateDistance(const QVector3D &point, const QVector3D &a,
                                            const QVector3D &b)
 {

@@ -9,6 +9,9 @@ class QVector3D;
 class QDrawingPaperView
 {
 public:
+    static constexpr int mostHalvings = 16;
+    static constexpr double equallyFar = 0.01; ///< metres
+
     /// Distance in metres from \a point to the segment \a a - \a b.
     ///
     /// Inside the segment it is |ap x ab| / |ab|, outside it the distance to the nearer end. A

@@ -31,6 +31,20 @@ QString pairText(const QString &ownPart, const QString &neighbour, const QString
            part + QLatin1Char('\n') + metres(distance);
 }
 
+Line_3D ownJibInPlan(const FoundationData &own)
+{
+    Line_3D jib;
+    JibGeometry::rotationT3D(own, own.armlen, 0.0f, &jib.begin, &jib.end, 0);
+    return jib;
+}
+
+Line_3D jibInPlan(const FoundationData &report)
+{
+    Line_3D jib;
+    JibGeometry::rotationT3D(report, report.armlen, 0.0f, &jib.begin, &jib.end, 1);
+    return jib;
+}
+
 float clearance(const Line_3D &own, const Line_3D &neighbour)
 {
     QVector3D nearest;
@@ -97,45 +111,57 @@ void takeReport(tBasis *entry, FoundationData *own, FoundationData *report)
     entry->silentTicks = 0;
 }
 
-ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report, tBasis *entry)
+ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report, float distance,
+                        tBasis *entry)
 {
-    Line_3D ownJib;
-    Line_3D jib;
-    JibGeometry::rotationT3D(own, own.armlen, 0.0f, &ownJib.begin, &ownJib.end, 0);
-    JibGeometry::rotationT3D(report, report.armlen, 0.0f, &jib.begin, &jib.end, 1);
     ZoneResult result;
-    result.distance = clearance(ownJib, jib);
+    result.distance = distance;
     const bool isActive = entry->alarmFlags & zoneActive;
-    if (result.distance > 2.0f * own.safelen) {
+    if (distance > 2.0f * own.safelen) {
         if (isActive)
-            result.alarm = Alarm{entry->zoneMessage, false, ownJib, jib};
+            result.alarm = Alarm{entry->zoneMessage, false, {}, {}};
         entry->alarmFlags &= ~zoneActive;
     } else if (!isActive) {
-        entry->zoneMessage = zoneText(report.name, result.distance);
+        entry->zoneMessage = zoneText(report.name, distance);
         entry->alarmFlags |= zoneActive;
-        result.alarm = Alarm{entry->zoneMessage, true, ownJib, jib};
+        result.alarm = Alarm{entry->zoneMessage, true, ownJibInPlan(own), jibInPlan(report)};
     }
     return result;
 }
 
-QVector<Alarm> evaluatePairs(const FoundationData &own, const FoundationData &report, tBasis *entry)
+QVector<Alarm> evaluatePairs(const FoundationData &own, const FoundationData &report,
+                             const std::array<float, 16> &distances, tBasis *entry)
 {
     QVector<Alarm> alarms;
-    const QList<Line_3D> ownParts = JibGeometry::Lineto3D(own, 0);
-    const QList<Line_3D> parts = JibGeometry::Lineto3D(report, 1);
-    auto message = entry->pairMessages.begin(); // own part first, as the two loops run
-    for (const Line_3D &ownPart : ownParts) {
-        for (const Line_3D &part : parts) {
-            const float distance = clearance(ownPart, part);
-            if (distance <= own.safelen && message->isEmpty()) {
-                *message = pairText(ownPart.name, report.name, part.name, distance);
-                alarms.append({*message, true, ownPart, part});
-            } else if (distance > own.safelen && !message->isEmpty()) {
-                alarms.append({*message, false, ownPart, part});
-                message->clear();
-            }
-            ++message;
+    for (size_t pair = 0; pair < distances.size(); ++pair) {
+        const float distance = distances[pair];
+        QString &message = entry->pairMessages[pair];
+        if (distance <= own.safelen && message.isEmpty()) {
+            const Line_3D ownPart = JibGeometry::Lineto3D(own, 0).at(static_cast<int>(pair / 4));
+            const Line_3D part = JibGeometry::Lineto3D(report, 1).at(static_cast<int>(pair % 4));
+            message = pairText(ownPart.name, report.name, part.name, distance);
+            alarms.append({message, true, ownPart, part});
+        } else if (distance > own.safelen && !message.isEmpty()) {
+            alarms.append({message, false, {}, {}});
+            message.clear();
         }
     }
     return alarms;
+}
+
+ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report, tBasis *entry)
+{
+    return evaluateZone(own, report, clearance(ownJibInPlan(own), jibInPlan(report)), entry);
+}
+
+QVector<Alarm> evaluatePairs(const FoundationData &own, const FoundationData &report, tBasis *entry)
+{
+    std::array<float, 16> distances = {};
+    auto distance = distances.begin();
+    const QList<Line_3D> parts = JibGeometry::Lineto3D(report, 1);
+    for (const Line_3D &ownPart : JibGeometry::Lineto3D(own, 0)) {
+        for (const Line_3D &part : parts)
+            *distance++ = clearance(ownPart, part);
+    }
+    return evaluatePairs(own, report, distances, entry);
 }

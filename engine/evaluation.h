@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVector>
 
+#include <array>
 #include <optional>
 
 #include "foundationdata.h"
@@ -22,7 +23,7 @@ constexpr int pairAlarmLevel = 25; ///< a part of the own crane and one of the n
 struct Alarm {
     QString text;
     bool triggered = false; ///< true when it is raised, false when it is cleared
-    Line_3D own;            ///< the two segments that came close
+    Line_3D own;            ///< the two segments that came close; of a raised alarm only
     Line_3D neighbour;
 };
 
@@ -49,9 +50,15 @@ struct ZoneResult {
 };
 
 /// Alarms at up to twice the safety distance. A distance that is not a number raises.
-ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report, tBasis *entry);
+ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report, float distance,
+                        tBasis *entry);
 
 /// The 16 pairs of segments in 3D, own jib first; alarms at up to the safety distance. A clearance
 /// that is not a number changes nothing.
+QVector<Alarm> evaluatePairs(const FoundationData &own, const FoundationData &report,
+                             const std::array<float, 16> &distances, tBasis *entry);
+
+/// The same with the clearances measured by the plain search, segment by segment.
+ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report, tBasis *entry);
 QVector<Alarm> evaluatePairs(const FoundationData &own, const FoundationData &report,
                              tBasis *entry);

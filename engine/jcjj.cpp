@@ -5,6 +5,7 @@
 
 #include <mutex>
 
+#include "pairclearances.h"
 #include "recordfile.h"
 
 FoundationData MParameter;
@@ -95,59 +96,58 @@ void JCJJ::runCycle(FoundationData report)
     if (!entry)
         return;
     takeReport(entry, &MParameter, &report);
+    m_texts.update(MParameter, basis);
     sendAttitude();
     sendVicinity();
     sendStatus();
-    sendZone(report, entry);
-    sendPairs(report, entry);
+    const PairClearances clearances = clearancesOf(MParameter, report);
+    sendZone(report, clearances.zone, entry);
+    sendPairs(report, clearances.pairs, entry);
 }
 
 void JCJJ::sendAttitude()
 {
     static QString nexAttitudestring; // the last one sent
-    const QString attitude = VicinityAttitude(MParameter, basis);
-    if (attitude == nexAttitudestring)
+    if (m_texts.attitude() == nexAttitudestring)
         return;
-    Q_EMIT VicinityAttitudeSignals(attitude);
-    Q_EMIT VicinityAttitudeSignals(dataTopic(), attitude);
-    nexAttitudestring = attitude;
+    nexAttitudestring = m_texts.attitude();
+    Q_EMIT VicinityAttitudeSignals(nexAttitudestring);
+    Q_EMIT VicinityAttitudeSignals(dataTopic(), nexAttitudestring);
 }
 
 void JCJJ::sendVicinity()
 {
     static QString nexttring; // the last one sent
-    const QString attribute = VicinityAttribute(MParameter, basis);
-    const QString vicinity = VicinitytoV(MParameter, basis);
-    if (attribute == nexttring)
+    if (m_texts.vicinity() == nexttring)
         return;
-    Q_EMIT VicinityAttributeSignals(attribute);
-    Q_EMIT VicinitytoVSignals(dataTopic(), vicinity);
-    nexttring = attribute;
+    nexttring = m_texts.vicinity();
+    Q_EMIT VicinityAttributeSignals(nexttring);
+    Q_EMIT VicinitytoVSignals(dataTopic(), nexttring);
 }
 
 void JCJJ::sendStatus()
 {
     static QString nexttring; // the last one sent
-    const QString status = VicinityStatus(basis);
-    if (status == nexttring)
+    if (m_texts.status() == nexttring)
         return;
-    Q_EMIT VicinityStatusSignals(status);
-    Q_EMIT VicinityStatusSignals(dataTopic(), status);
-    nexttring = status;
+    nexttring = m_texts.status();
+    Q_EMIT VicinityStatusSignals(nexttring);
+    Q_EMIT VicinityStatusSignals(dataTopic(), nexttring);
 }
 
-void JCJJ::sendZone(const FoundationData &report, tBasis *entry)
+void JCJJ::sendZone(const FoundationData &report, float distance, tBasis *entry)
 {
-    const ZoneResult zone = evaluateZone(MParameter, report, entry);
+    const ZoneResult zone = evaluateZone(MParameter, report, distance, entry);
     if (zone.alarm)
         sendAlarm(*zone.alarm, zoneAlarmLevel, MParameter.MqttTop + MParameter.duid,
                   QStringLiteral("rotationTorotation"));
     qDebug() << report.name << "回转到回转" << zone.distance; // slewing to slewing
 }
 
-void JCJJ::sendPairs(const FoundationData &report, tBasis *entry)
+void JCJJ::sendPairs(const FoundationData &report, const std::array<float, 16> &distances,
+                     tBasis *entry)
 {
-    for (const Alarm &alarm : evaluatePairs(MParameter, report, entry))
+    for (const Alarm &alarm : evaluatePairs(MParameter, report, distances, entry))
         sendAlarm(alarm, pairAlarmLevel, dataTopic(), QStringLiteral("HeightTRotationAlarm"));
 }
 

@@ -8,6 +8,7 @@
 #include "evaluation.h"
 #include "foundationdata.h"
 #include "jibgeometry.h"
+#include "reporttexts.h"
 #include "tbasis.h"
 #include "vicinityreports.h"
 
@@ -67,6 +68,9 @@ private:
     void sendAttitude();
     void sendVicinity();
     void sendStatus();
-    void sendZone(const FoundationData &report, tBasis *entry);
-    void sendPairs(const FoundationData &report, tBasis *entry);
+    void sendZone(const FoundationData &report, float distance, tBasis *entry);
+    void sendPairs(const FoundationData &report, const std::array<float, 16> &distances,
+                   tBasis *entry);
+
+    ReportTexts m_texts; // used in a cycle only, under the mutex
 };

@@ -15,9 +15,24 @@ namespace
 constexpr qint64 fixedTimestamp = 1690796770999;
 constexpr qint32 mostSilentTicks = 9;
 
-double cutToHundredths(float value)
+qint32 cutToInt(float value)
 {
-    return VicinityReports::twoDecimalsCut(value * 100.0f);
+    constexpr auto lowest = std::numeric_limits<qint32>::min();
+    constexpr auto highest = std::numeric_limits<qint32>::max();
+    if (std::isnan(value))
+        return 0;
+    // The float next to the highest int is 2^31, one beyond it.
+    if (value >= -static_cast<float>(lowest))
+        return highest;
+    if (value < static_cast<float>(lowest))
+        return lowest;
+    return static_cast<qint32>(value);
+}
+
+/// Two decimals, cut: 12.349 gives 12.34.
+double cut(float value)
+{
+    return VicinityReports::hundredthsOf(value) / 100.0;
 }
 
 /// The members of FoundationData and tBasis that both reports of a crane take under one key.
@@ -41,8 +56,8 @@ QJsonObject attitudeOf(const Crane &crane, double slewing)
 {
     return {
         {QStringLiteral("slewing"), slewing},
-        {QStringLiteral("luffing"), cutToHundredths(crane.travel)},
-        {QStringLiteral("hoisting"), cutToHundredths(crane.height)},
+        {QStringLiteral("luffing"), cut(crane.travel)},
+        {QStringLiteral("hoisting"), cut(crane.height)},
         {QStringLiteral("label"), crane.name},
     };
 }
@@ -59,22 +74,20 @@ QJsonObject attributes(const FoundationData &self)
 QJsonObject attributes(const tBasis &neighbour)
 {
     QJsonObject json = attributesOf(neighbour);
-    json.insert(QStringLiteral("x"), cutToHundredths(neighbour.absolute_X));
-    json.insert(QStringLiteral("y"), cutToHundredths(neighbour.absolute_Y));
+    json.insert(QStringLiteral("x"), cut(neighbour.absolute_X));
+    json.insert(QStringLiteral("y"), cut(neighbour.absolute_Y));
     json.insert(QStringLiteral("safedistance"), static_cast<double>(neighbour.safedistance));
     return json;
 }
 
 QJsonObject attitude(const FoundationData &self)
 {
-    return attitudeOf(self, cutToHundredths(self.rotation));
+    return attitudeOf(self, cut(self.rotation));
 }
 
 QJsonObject attitude(const tBasis &neighbour)
 {
-    const float direction = JibGeometry::HcalculateDegree(neighbour.rotation, neighbour.hoffset);
-    QJsonObject json = attitudeOf(
-        neighbour, VicinityReports::twoDecimalsCut((direction - neighbour.moffset) * -100.0f));
+    QJsonObject json = attitudeOf(neighbour, VicinityReports::slewingHundredths(neighbour) / 100.0);
     json.insert(QStringLiteral("duid"), neighbour.duid);
     return json;
 }
@@ -83,7 +96,7 @@ QJsonObject status(const tBasis &neighbour)
 {
     return {
         {QStringLiteral("duid"), neighbour.duid},
-        {QStringLiteral("status"), neighbour.silentTicks > mostSilentTicks
+        {QStringLiteral("status"), VicinityReports::isOffline(neighbour)
                                        ? QStringLiteral("offline")
                                        : QStringLiteral("online")},
     };
@@ -105,18 +118,20 @@ QString reportText(const QString &upload, QJsonObject report, const QList<tBasis
 
 } // namespace
 
-double VicinityReports::twoDecimalsCut(float hundredths)
+qint32 VicinityReports::hundredthsOf(float value)
 {
-    constexpr auto lowest = std::numeric_limits<qint32>::min();
-    constexpr auto highest = std::numeric_limits<qint32>::max();
-    if (std::isnan(hundredths))
-        return 0.0;
-    // The float next to the highest int is 2^31, one beyond it.
-    if (hundredths >= -static_cast<float>(lowest))
-        return highest / 100.0;
-    if (hundredths < static_cast<float>(lowest))
-        return lowest / 100.0;
-    return static_cast<qint32>(hundredths) / 100.0;
+    return cutToInt(value * 100.0f);
+}
+
+qint32 VicinityReports::slewingHundredths(const tBasis &neighbour)
+{
+    const float direction = JibGeometry::HcalculateDegree(neighbour.rotation, neighbour.hoffset);
+    return cutToInt((direction - neighbour.moffset) * -100.0f);
+}
+
+bool VicinityReports::isOffline(const tBasis &neighbour)
+{
+    return neighbour.silentTicks > mostSilentTicks;
 }
 
 QString VicinityReports::VicinitytoV(FoundationData self, const QList<tBasis> &list)

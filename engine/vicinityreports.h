@@ -23,7 +23,10 @@ public:
     /// Who is heard; upload "VicinityStatus". Offline is more than 9 s without a report.
     static QString VicinityStatus(const QList<tBasis> &list);
 
-    /// \a hundredths cut toward zero to a whole number, as hundredths again: 1234.9 gives 12.34.
-    /// Beyond the 32-bit range it saturates; NaN gives 0.
-    static double twoDecimalsCut(float hundredths);
+    /// Metres or degrees in whole hundredths, cut toward zero: 12.349 gives 1234. Beyond the 32-bit
+    /// range it saturates; NaN gives 0.
+    static qint32 hundredthsOf(float value);
+    /// A neighbour's "slewing" in whole hundredths.
+    static qint32 slewingHundredths(const tBasis &neighbour);
+    static bool isOffline(const tBasis &neighbour);
 };
