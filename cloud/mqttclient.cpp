@@ -17,5 +17,7 @@ MqttClient::~MqttClient() = default;
 
 void MqttClient::mqttThreadPub(QString type, QString pubMsg)
 {
-    publish(QMQTT::Message(messageId, type, pubMsg.toUtf8()));
+    const QByteArray payload = pubMsg.toUtf8();
+    m_sent.add(payload);
+    publish(QMQTT::Message(messageId, type, payload));
 }

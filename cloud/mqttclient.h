@@ -1,6 +1,7 @@
 #pragma once
 
 #include "brokerclient.h"
+#include "sentuploads.h"
 
 /// The connection to the site's broker. Lives in the main thread, like the whole cloud link.
 class MqttClient : public BrokerClient
@@ -11,7 +12,13 @@ public:
                         QObject *parent = nullptr);
     ~MqttClient() override;
 
+    /// Whether this is one of the payloads sent lately, coming back; then it is forgotten.
+    bool takeSent(const QByteArray &payload) { return m_sent.take(payload); }
+
 public Q_SLOTS:
     /// Publishes \a pubMsg on the topic \a type, QoS 0, never retained. While offline it is lost.
     void mqttThreadPub(QString type, QString pubMsg);
+
+private:
+    SentUploads m_sent;
 };

@@ -5,8 +5,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <algorithm>
-
 #include "documents.h"
 #include "echo.h"
 #include "mqttclient.h"
@@ -43,10 +41,14 @@ StateFile cloudFile()
     return StateFile(QStringLiteral("mymqtt.txt"), QStringLiteral("mymqtt配置文件"));
 }
 
-/// A record matches a crane id that contains its device id; an empty device id matches all.
-bool matches(const FoundationData &record, const QString &craneId)
+/// The last level but one, which is the crane's device id; null where the topic has fewer levels.
+QString craneIdOf(const QString &topic)
 {
-    return craneId.contains(record.duid);
+    const int end = topic.lastIndexOf(QLatin1Char('/'));
+    if (end < 0)
+        return QString();
+    const int begin = end == 0 ? 0 : topic.lastIndexOf(QLatin1Char('/'), end - 1) + 1;
+    return topic.mid(begin, end - begin);
 }
 
 } // namespace
@@ -99,22 +101,24 @@ void MqttThread::mqttMode()
 
 void MqttThread::onReceived(QMQTT::Message message)
 {
+    const QByteArray payload = message.payload();
+    const QString messageTopic = message.topic();
+    if (client && messageTopic.contains(mytop) && client->takeSent(payload))
+        return; // our own upload, which parses
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(message.payload(), &error);
+    const QJsonDocument document = QJsonDocument::fromJson(payload, &error);
     if (!document.isObject()) {
         qDebug() << "JSON parse error:" << error.errorString();
         return;
     }
-    const QString messageTopic = message.topic();
     if (messageTopic.contains(mytop))
         return;
     const bool isLiveData = messageTopic.contains(QLatin1String("Data"));
     if (!isLiveData && !messageTopic.contains(QLatin1String("Workset")))
         return;
-    const QStringList levels = messageTopic.split(QLatin1Char('/'));
-    if (levels.size() < 2)
+    const QString craneId = craneIdOf(messageTopic);
+    if (craneId.isNull())
         return;
-    const QString craneId = levels.at(levels.size() - 2);
     if (isLiveData) {
         takeLiveData(craneId, document.object());
         return;
@@ -122,14 +126,14 @@ void MqttThread::onReceived(QMQTT::Message message)
     takeWorkset(craneId, document.object());
     ConfigureStaticWrit();
     qDebug() << "主题" << static_cast<int>(message.qos()) << messageTopic;
-    echo(QString::fromUtf8(message.payload().constData()).toUtf8()); // to the first NUL
+    echo(QString::fromUtf8(payload.constData()).toUtf8()); // to the first NUL
 }
 
 void MqttThread::takeLiveData(const QString &craneId, const QJsonObject &document)
 {
-    for (FoundationData &record : foundata) {
-        if (!matches(record, craneId))
-            continue;
+    const QVector<int> positions = m_memo.positionsOf(craneId, foundata);
+    for (const int position : positions) {
+        FoundationData &record = foundata[position];
         backdata(document, &record.rotation, &record.travel, &record.height);
         Q_EMIT CollideSignal(record);
     }
@@ -138,11 +142,9 @@ void MqttThread::takeLiveData(const QString &craneId, const QJsonObject &documen
 /// Updates the first record that matches, or appends one while there is room.
 void MqttThread::takeWorkset(const QString &craneId, const QJsonObject &document)
 {
-    const auto found =
-        std::find_if(foundata.begin(), foundata.end(),
-                     [&craneId](const FoundationData &record) { return matches(record, craneId); });
-    if (found != foundata.end()) {
-        Worksetdata(document, &*found);
+    const QVector<int> positions = m_memo.positionsOf(craneId, foundata);
+    if (!positions.isEmpty()) {
+        Worksetdata(document, &foundata[positions.first()]);
     } else if (foundata.size() < mostNeighbours) {
         FoundationData record;
         Worksetdata(document, &record);
@@ -187,5 +189,5 @@ void MqttThread::ConfigureStaticRead()
 
 void MqttThread::ConfigureStaticWrit()
 {
-    writeRecords(cloudFile(), numberMembers, textMembers, foundata);
+    cloudFile().write(m_recordTexts.text(numberMembers, textMembers, foundata));
 }

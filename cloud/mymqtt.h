@@ -7,6 +7,8 @@
 #include <qmqtt.h>
 
 #include "foundationdata.h"
+#include "neighbourmemo.h"
+#include "recordtexts.h"
 
 class MqttClient;
 class QJsonObject;
@@ -70,4 +72,7 @@ private:
     QString topic;
     QString clientId; // stays empty: the broker assigns one
     MqttClient *client = nullptr;
+
+    NeighbourMemo m_memo;
+    RecordTexts<FoundationData> m_recordTexts; // of mymqtt.txt
 };

@@ -92,30 +92,35 @@ void LocalData::mqttMode()
 
 void LocalData::onReceived(QMQTT::Message message)
 {
-    const QJsonDocument document = QJsonDocument::fromJson(message.payload());
-    if (!document.isObject())
-        return;
-    const QJsonObject object = document.object();
-    const QString messageTopic = message.topic();
+    using Take = void (LocalData::*)(const QMQTT::Message &, const QJsonObject &);
+    struct Kind {
+        QLatin1String fragment;
+        Take take; // null: ignored
+    };
     // The order decides: "Local/Workset/Data" is a crane state.
-    if (messageTopic.contains(QLatin1String("Data"))) {
-        takeCraneState(object);
-    } else if (messageTopic.contains(QLatin1String("Workset"))) {
-        logMessage(message);
-        takeWorkset(object);
-    } else if (messageTopic.contains(QLatin1String("IdentityInfo"))) {
-        logMessage(message);
-        takeRegistration(object);
-    } else if (messageTopic.contains(QLatin1String("Alarmlots"))) {
-        logMessage(message);
-    } else if (messageTopic.contains(QLatin1String("collide"))) {
+    static constexpr Kind kinds[] = {
+        {QLatin1String("Data"), &LocalData::takeCraneState},
+        {QLatin1String("Workset"), &LocalData::takeWorkset},
+        {QLatin1String("IdentityInfo"), &LocalData::takeRegistration},
+        {QLatin1String("Alarmlots"), &LocalData::takeAlarmList},
+        {QLatin1String("collide"), nullptr},
+        {QLatin1String("Local/DUID"), &LocalData::takeDeviceId},
+    };
+    const QString messageTopic = message.topic();
+    for (const Kind &kind : kinds) {
+        if (!messageTopic.contains(kind.fragment))
+            continue;
+        // Parsed only here: our own alarms and reports, which come back, match no fragment.
+        if (kind.take) {
+            const QJsonDocument document = QJsonDocument::fromJson(message.payload());
+            if (document.isObject())
+                (this->*kind.take)(message, document.object());
+        }
         return;
-    } else if (messageTopic.contains(QLatin1String("Local/DUID"))) {
-        takeDeviceId(object);
     }
 }
 
-void LocalData::takeCraneState(const QJsonObject &document)
+void LocalData::takeCraneState(const QMQTT::Message &, const QJsonObject &document)
 {
     backdata(document, &founData.rotation, &founData.travel, &founData.height);
     Q_EMIT Localdatasignals(founData);
@@ -124,23 +129,30 @@ void LocalData::takeCraneState(const QJsonObject &document)
     Q_EMIT Radiosignals(radioText(QLatin1String("height"), founData.height));
 }
 
-void LocalData::takeWorkset(const QJsonObject &document)
+void LocalData::takeWorkset(const QMQTT::Message &message, const QJsonObject &document)
 {
+    logMessage(message);
     if (Worksetdata(document, &founData))
         Q_EMIT Radiosignals(QStringLiteral("name") + founData.name);
     ConfigureStaticWrit();
 }
 
-void LocalData::takeRegistration(const QJsonObject &document)
+void LocalData::takeRegistration(const QMQTT::Message &message, const QJsonObject &document)
 {
+    logMessage(message);
     parseJsonObject(document, founData);
     ConfigureStaticWrit();
     if (!founData.duid.isEmpty() && !founData.MqttTop.isEmpty())
         Q_EMIT TopSignals(founData.MqttTop, founData.duid);
 }
 
+void LocalData::takeAlarmList(const QMQTT::Message &message, const QJsonObject &)
+{
+    logMessage(message);
+}
+
 /// An empty id is ignored like one that is no text: it would mute the cloud link's next start.
-void LocalData::takeDeviceId(const QJsonObject &document)
+void LocalData::takeDeviceId(const QMQTT::Message &, const QJsonObject &document)
 {
     const QString value =
         document.value(QLatin1String("duid")).toObject().value(QLatin1String("value")).toString();

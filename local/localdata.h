@@ -62,10 +62,12 @@ protected:
     void run() override;
 
 private:
-    void takeCraneState(const QJsonObject &document);
-    void takeWorkset(const QJsonObject &document);
-    void takeRegistration(const QJsonObject &document);
-    void takeDeviceId(const QJsonObject &document);
+    // One for each kind of message, with its parsed payload.
+    void takeCraneState(const QMQTT::Message &message, const QJsonObject &document);
+    void takeWorkset(const QMQTT::Message &message, const QJsonObject &document);
+    void takeRegistration(const QMQTT::Message &message, const QJsonObject &document);
+    void takeAlarmList(const QMQTT::Message &message, const QJsonObject &document);
+    void takeDeviceId(const QMQTT::Message &message, const QJsonObject &document);
 
     // Set by mqttMode() in the link's thread.
     QString host;

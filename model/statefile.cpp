@@ -65,12 +65,16 @@ QVector<QJsonObject> StateFile::readRecords() const
 
 void StateFile::write(const QJsonDocument &document) const
 {
-    const QByteArray bytes = document.toJson(QJsonDocument::Compact);
-    if (!replaceBy(bytes)) {
+    write(document.toJson(QJsonDocument::Compact));
+}
+
+void StateFile::write(const QByteArray &text) const
+{
+    if (!replaceBy(text)) {
         reportUnusable();
         return;
     }
-    echo(m_label.toUtf8() + "写入" + bytes);
+    echo(m_label.toUtf8() + "写入" + text);
 }
 
 /// The text as UTF-8, free of broken bytes, after its echo.

@@ -40,6 +40,8 @@ public:
     /// killed or a full disk leaves the old file. Only in a folder that allows no new file is an
     /// existing one written in place. A file that already holds these bytes is not written.
     void write(const QJsonDocument &document) const;
+    /// The same with the compact text itself.
+    void write(const QByteArray &text) const;
 
 private:
     std::optional<QByteArray> readText() const;
