@@ -7,9 +7,11 @@
 #include <QFileInfo>
 #include <QMutex>
 #include <QMutexLocker>
-#include <QTextStream>
 
-static QMutex mutex; // the day file
+#include <fcntl.h>
+#include <unistd.h>
+
+static QMutex mutex; // held while the day file is open
 
 namespace
 {
@@ -18,32 +20,63 @@ constexpr int keptDays = 7;
 
 QtMessageHandler frameworkHandler = nullptr;
 
-QString levelWord(QtMsgType type)
+const char *levelWord(QtMsgType type)
 {
     switch (type) {
     case QtDebugMsg:
-        return QStringLiteral(" [Debug] ");
+        return " [Debug] ";
     case QtWarningMsg:
-        return QStringLiteral(" [Warning] ");
+        return " [Warning] ";
     case QtCriticalMsg:
-        return QStringLiteral(" [Critical] ");
+        return " [Critical] ";
     case QtFatalMsg:
-        return QStringLiteral(" [Fatal] ");
+        return " [Fatal] ";
     case QtInfoMsg:
-        return QStringLiteral(" [Info] ");
+        return " [Info] ";
     }
-    return QStringLiteral(" [Trace] ");
+    return " [Trace] ";
 }
 
-void appendToDayFile(const QDateTime &stamp, const QString &line)
+/// The time as the lines bear it. What is the same for a second is made once a second: telling the
+/// local time costs more than the rest of a line.
+class Stamp
+{
+public:
+    void setTo(qint64 msSinceEpoch)
+    {
+        m_ms = static_cast<int>(msSinceEpoch % 1000);
+        if (msSinceEpoch / 1000 == m_second)
+            return;
+        m_second = msSinceEpoch / 1000;
+        const QDateTime time = QDateTime::fromMSecsSinceEpoch(msSinceEpoch);
+        m_text = time.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.")).toLocal8Bit();
+        m_path = "log/" + m_text.left(10) + ".txt";
+    }
+    void appendTo(QByteArray *line) const
+    {
+        *line += m_text;
+        for (const int unit : {100, 10, 1})
+            *line += static_cast<char>('0' + m_ms / unit % 10);
+    }
+    const char *path() const { return m_path.constData(); }
+
+private:
+    qint64 m_second = -1;
+    int m_ms = 0;
+    QByteArray m_text;
+    QByteArray m_path; // of the day file
+};
+
+/// One write, so that a line is whole or missing.
+void appendToDayFile(const char *path, const QByteArray &line)
 {
     const QMutexLocker lock(&mutex);
-    QFile file(QStringLiteral("log/") + stamp.toString(QStringLiteral("yyyy-MM-dd")) +
-               QStringLiteral(".txt"));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
+    const int file = ::open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (file < 0)
         return;
-    QTextStream stream(&file);
-    stream << line << "\r\n";
+    if (::write(file, line.constData(), static_cast<size_t>(line.size())) < 0)
+        qt_noop(); // no space: the line is lost
+    ::close(file);
 }
 
 /// When the file came to be; the last status change where the file system does not keep that.
@@ -57,12 +90,18 @@ QDateTime creationTime(const QFileInfo &file)
 
 void customMessageHandler(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
-    const QDateTime stamp = QDateTime::currentDateTime();
-    const QString line = stamp.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz")) +
-                         levelWord(type) +
-                         QStringLiteral(" %1").arg(QString::fromUtf8(context.file)) +
-                         QStringLiteral("<%1>: ").arg(context.line) + message;
-    appendToDayFile(stamp, line);
+    thread_local Stamp stamp;
+    stamp.setTo(QDateTime::currentMSecsSinceEpoch());
+    QByteArray line;
+    line.reserve(100 + 3 * message.size());
+    stamp.appendTo(&line);
+    line += levelWord(type);
+    line += ' ';
+    line += QString::fromUtf8(context.file).toLocal8Bit();
+    line += '<' + QByteArray::number(context.line) + ">: ";
+    line += message.toLocal8Bit();
+    line += "\r\n";
+    appendToDayFile(stamp.path(), line);
     if (frameworkHandler)
         frameworkHandler(type, context, message);
 }
