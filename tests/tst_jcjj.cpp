@@ -76,6 +76,7 @@ private Q_SLOTS:
     void unknownNameHasNoEffect();
     void statusFollowsTheSilenceOfOthers();
     void alarmsCarryTheirTopics();
+    void raisesAreSpokenAndClearsAreNot();
     void calibrationIsSavedAndLoaded();
     void engineThreadCountsSilence();
 
@@ -169,6 +170,51 @@ void TestJcjj::alarmsCarryTheirTopics()
     QStringList cleared = raised;
     cleared.replaceInStrings(QStringLiteral("raise"), QStringLiteral("clear"));
     QCOMPARE(m_sent->taken(), cleared);
+}
+
+/// A neighbour of two points, tower foot and counter-jib end, 4 m from the own axis.
+void TestJcjj::raisesAreSpokenAndClearsAreNot()
+{
+    FoundationData near = report(QStringLiteral("A"), 180.0f);
+    near.armlen = 0.0f;
+    near.reararm = 2.0f;
+    near.craneheight = 1.0f;
+    basis[0].location_X = 100.0f;
+    m_engine->CollideSlots(near);
+    QStringList order;
+    QSignalSpy spoken(m_engine.data(), &JCJJ::VoiceMessageSignals);
+    connect(m_engine.data(), &JCJJ::VoiceMessageSignals, this,
+            [&order](const QString &kind) { order += kind; });
+    connect(m_engine.data(), &JCJJ::CollideMessageSignals, this,
+            [&order](const QString &, int level) { order += QString::number(level); });
+    basis[0].location_X = 4.0f;
+    m_engine->CollideSlots(near);
+    QCOMPARE(order.mid(0, 4),
+             (QStringList{QStringLiteral("15"), QStringLiteral("rotationTorotation"),
+                          QStringLiteral("25"), QStringLiteral("HeightTRotationAlarm")}));
+    QCOMPARE(spoken.size() * 2, order.size()); // one right after each raise
+    // The zone: both jibs in plan, of no length. The first pair: own jib and jib at 1 m.
+    const QList<QVector3D> plan{{0, 0, 0}, {0, 0, 0}, {4, 0, 0}, {4, 0, 0}};
+    const QList<QVector3D> jibs{{0, 0, 0}, {0, 0, 0}, {4, 0, 1}, {4, 0, 1}};
+    // The fourth: own jib and counter-jib, which points at the own axis.
+    const QList<QVector3D> rear{{0, 0, 0}, {0, 0, 0}, {4, 0, 1}, {2, 0, 1}};
+    const auto segments = [&spoken](int index) {
+        QList<QVector3D> points;
+        for (int i = 1; i <= 4; ++i)
+            points += spoken[index][i].value<QVector3D>();
+        return points;
+    };
+    QCOMPARE(segments(0), plan);
+    QCOMPARE(segments(1), jibs);
+    QVERIFY((segments(4)[3] - rear[3]).length() < 1e-5f);
+    QCOMPARE(segments(4)[2], rear[2]);
+    QVERIFY(spoken[0][5].toBool());
+
+    const int raised = spoken.size();
+    basis[0].location_X = 100.0f;
+    m_engine->CollideSlots(near);
+    QCOMPARE(spoken.size(), raised);
+    QCOMPARE(order.size(), raised * 3); // as many clears
 }
 
 void TestJcjj::calibrationIsSavedAndLoaded()

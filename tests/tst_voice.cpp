@@ -15,6 +15,7 @@ private Q_SLOTS:
     void recordingsOfTheTreeAreTheChosenOnes();
     void queueIsShortAndKeepsTheNewest();
     void unplayableSoundsDoNotHoldTheCaller();
+    void aPlayerThatNeverAnswersIsGivenUpOnce();
 };
 
 void TestVoice::warningFollowsKindAndSide_data()
@@ -93,6 +94,20 @@ void TestVoice::unplayableSoundsDoNotHoldTheCaller()
     for (int i = 0; i < 1000; ++i)
         voice.playAudioAndWait(QStringLiteral("/nowhere/a.mp3"));
     QVERIFY2(clock.elapsed() < 1000, "for a while after a failure none is tried");
+}
+
+/// A thread that does not run stands in for a sound system that hangs.
+void TestVoice::aPlayerThatNeverAnswersIsGivenUpOnce()
+{
+    VoiceAlarm voice;
+    QElapsedTimer clock;
+    clock.start();
+    voice.playAudioAndWait(QStringLiteral("/nowhere/a.mp3"));
+    QVERIFY(clock.elapsed() >= 14900 && clock.elapsed() < 20000);
+    QTest::qWait(5500); // past the pause after a failure: it still has not answered
+    clock.start();
+    voice.playAudioAndWait(QStringLiteral("/nowhere/a.mp3"));
+    QVERIFY(clock.elapsed() < 1000);
 }
 
 QTEST_GUILESS_MAIN(TestVoice)
