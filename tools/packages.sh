@@ -20,7 +20,7 @@ packagesOf() {
         socat ;;
     audio) echo pulseaudio pulseaudio-utils sox libsox-fmt-mp3 ;;
     voice) echo espeak-ng sox lame ;;
-    bench) echo libbenchmark-dev ;;
+    bench) echo libbenchmark-dev mosquitto util-linux valgrind strace ;;
     *) return 1 ;;
   esac
 }

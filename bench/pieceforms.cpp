@@ -1,0 +1,313 @@
+#include "pieceforms.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <memory>
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include "cranepairs.h"
+#include "loghandler.h"
+#include "mymqtt.h"
+#include "neighbourmemo.h"
+#include "reporttexts.h"
+#include "vicinityreports.h"
+
+namespace
+{
+
+constexpr int fullList = 9999;
+
+// ---- The report texts ----
+
+struct Site {
+    FoundationData self;
+    QList<tBasis> list;
+    int next = 0;
+
+    explicit Site(int size)
+    {
+        QRandomGenerator random(1);
+        self.duid = QStringLiteral("TC0000");
+        self.name = QStringLiteral("1号塔机");
+        for (int i = 0; i < size; ++i) {
+            tBasis entry;
+            entry.duid = QStringLiteral("TC%1").arg(i + 1, 4, 10, QLatin1Char('0'));
+            entry.name = QStringLiteral("%1号塔机").arg(i + 2);
+            entry.type = QStringLiteral("QTZ80");
+            entry.heightzero = QStringLiteral("0");
+            entry.moffset = plainNumber(random, 0.0f, 360.0f);
+            entry.hoffset = plainNumber(random, 0.0f, 360.0f);
+            entry.absolute_X = plainNumber(random, -90.0f, 90.0f);
+            entry.absolute_Y = plainNumber(random, -90.0f, 90.0f);
+            entry.armlen = plainNumber(random, 20.0f, 75.0f);
+            entry.reararm = plainNumber(random, 5.0f, 20.0f);
+            entry.craneheight = plainNumber(random, 20.0f, 80.0f);
+            entry.rotation = plainNumber(random, 0.0f, 360.0f);
+            list.append(entry);
+        }
+    }
+
+    /// One neighbour after the other slews, trolleys and hoists, as one report tells.
+    void moveNext()
+    {
+        tBasis &entry = list[next];
+        next = (next + 1) % list.size();
+        entry.rotation = std::fmod(entry.rotation + 0.37f, 360.0f);
+        entry.travel = std::fmod(entry.travel + 0.11f, 60.0f);
+        entry.height = std::fmod(entry.height + 0.23f, 40.0f);
+        entry.silentTicks = 0;
+    }
+};
+
+PieceStep plainTexts(int size)
+{
+    return [site = std::make_shared<Site>(size)] {
+        site->moveNext();
+        benchmark::DoNotOptimize(VicinityReports::VicinityAttitude(site->self, site->list));
+        benchmark::DoNotOptimize(VicinityReports::VicinitytoV(site->self, site->list));
+        benchmark::DoNotOptimize(VicinityReports::VicinityStatus(site->list));
+    };
+}
+
+PieceStep fastTexts(int size)
+{
+    const auto texts = std::make_shared<ReportTexts>();
+    const auto site = std::make_shared<Site>(size);
+    texts->update(site->self, site->list);
+    return [texts, site] {
+        site->moveNext();
+        texts->update(site->self, site->list);
+        benchmark::DoNotOptimize(texts->attitude().constData());
+    };
+}
+
+// ---- The clearances ----
+
+using Pairs = std::vector<CranePair>;
+
+std::shared_ptr<Pairs> thousandPairs()
+{
+    const auto pairs = std::make_shared<Pairs>();
+    QRandomGenerator random(1);
+    while (pairs->size() < 1000)
+        pairs->push_back(likelyPair(random));
+    return pairs;
+}
+
+PieceStep plainSearches()
+{
+    return [pairs = thousandPairs(), next = 0u]() mutable {
+        benchmark::DoNotOptimize(plainClearances((*pairs)[next++ % pairs->size()]));
+    };
+}
+
+PieceStep fastSearches()
+{
+    return [pairs = thousandPairs(), next = 0u]() mutable {
+        const CranePair &pair = (*pairs)[next++ % pairs->size()];
+        benchmark::DoNotOptimize(clearancesOf(pair.own, pair.neighbour));
+    };
+}
+
+// ---- The day-file line ----
+
+const QString logMessage = QStringLiteral("\"2号塔机\" 回转到回转 31.4159"); // slewing to slewing
+
+void swallow(QtMsgType, const QMessageLogContext &, const QString &) {}
+
+/// The handler with nobody to pass the message on to, as its write to standard error is not meant.
+PieceStep handledLine()
+{
+    static const bool isInstalled = [] {
+        qInstallMessageHandler(swallow);
+        installLogHandler();
+        return QDir().mkdir(QStringLiteral("log"));
+    }();
+    benchmark::DoNotOptimize(isInstalled);
+    const auto step = [] { customMessageHandler(QtDebugMsg, QMessageLogContext(), logMessage); };
+    step();
+    return step;
+}
+
+/// A line as the handler wrote it.
+QByteArray lineOfTheLog()
+{
+    handledLine();
+    const QDir folder(QStringLiteral("log"));
+    QFile file(folder.filePath(folder.entryList({QStringLiteral("*-*-*.txt")}).value(0)));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("the day file is missing");
+    return file.readLine();
+}
+
+PieceStep bareLine()
+{
+    return [line = lineOfTheLog()] {
+        const int file = ::open("log/bareline.txt", O_WRONLY | O_CREAT | O_APPEND, 0666);
+        if (::write(file, line.constData(), static_cast<size_t>(line.size())) != line.size())
+            qFatal("no space for a line");
+        ::close(file);
+    };
+}
+
+// ---- The match ----
+
+QList<FoundationData> recordsOf(int count)
+{
+    QList<FoundationData> list;
+    for (int i = 0; i < count; ++i) {
+        FoundationData record;
+        record.duid = QStringLiteral("TC%1").arg(i, 10, 10, QLatin1Char('0'));
+        record.name = QStringLiteral("%1号塔机").arg(i);
+        record.type = QStringLiteral("QTZ80");
+        record.heightzero = QStringLiteral("0");
+        record.armlen = 30.0f + static_cast<float>(i % 400) / 10.0f;
+        record.reararm = 12.5f;
+        record.craneheight = 20.0f + static_cast<float>(i % 600) / 10.0f;
+        record.armwidth = 1.2f;
+        list.append(record);
+    }
+    return list;
+}
+
+/// The reports of all cranes of a list, in no order.
+struct Reports {
+    QList<FoundationData> list;
+    std::vector<QString> ids;
+    size_t next = 0;
+
+    explicit Reports(int size) : list(recordsOf(size))
+    {
+        for (const FoundationData &record : list)
+            ids.push_back(QString(record.duid.constData(), record.duid.size())); // of a topic
+        QRandomGenerator random(1);
+        std::shuffle(ids.begin(), ids.end(), random);
+    }
+    const QString &nextId()
+    {
+        next = next + 1 == ids.size() ? 0 : next + 1;
+        return ids[next];
+    }
+};
+
+PieceStep walk(int size)
+{
+    return [reports = std::make_shared<Reports>(size)] {
+        const QString &id = reports->nextId();
+        int matches = 0;
+        for (const FoundationData &record : reports->list)
+            matches += id.contains(record.duid);
+        benchmark::DoNotOptimize(matches);
+    };
+}
+
+PieceStep remembered(int size)
+{
+    const auto reports = std::make_shared<Reports>(size);
+    const auto memo = std::make_shared<NeighbourMemo>();
+    for (const QString &id : reports->ids)
+        memo->positionsOf(id, reports->list);
+    return [reports, memo] {
+        benchmark::DoNotOptimize(memo->positionsOf(reports->nextId(), reports->list).size());
+    };
+}
+
+// ---- The state file ----
+
+QByteArray textByQt()
+{
+    QJsonArray records;
+    for (const FoundationData &record : foundata) {
+        records.append(
+            QJsonObject{{QStringLiteral("armlen"), static_cast<double>(record.armlen)},
+                        {QStringLiteral("reararm"), static_cast<double>(record.reararm)},
+                        {QStringLiteral("craneheight"), static_cast<double>(record.craneheight)},
+                        {QStringLiteral("foundation"), static_cast<double>(record.foundation)},
+                        {QStringLiteral("offset"), static_cast<double>(record.offset)},
+                        {QStringLiteral("armwidth"), static_cast<double>(record.armwidth)},
+                        {QStringLiteral("top"), record.duid},
+                        {QStringLiteral("name"), record.name},
+                        {QStringLiteral("type"), record.type},
+                        {QStringLiteral("heightzero"), record.heightzero}});
+    }
+    return QJsonDocument(records).toJson(QJsonDocument::Compact);
+}
+
+/// A working set has changed one record before every save.
+PieceStep savedRecords()
+{
+    foundata = recordsOf(fullList);
+    const auto link = std::make_shared<MqttThread>();
+    link->ConfigureStaticWrit();
+    return [link, next = 0]() mutable {
+        FoundationData &record = foundata[next];
+        next = (next + 1) % fullList;
+        record.armlen = record.armlen < 50.0f ? record.armlen + 0.5f : 30.0f;
+        link->ConfigureStaticWrit();
+    };
+}
+
+PieceStep bareSave()
+{
+    foundata = recordsOf(fullList);
+    return [text = textByQt()] {
+        char name[] = "baresave.txt.XXXXXX";
+        const int file = ::mkstemp(name);
+        if (::write(file, text.constData(), static_cast<size_t>(text.size())) != text.size() ||
+            ::fdatasync(file) != 0 || ::close(file) != 0 || ::rename(name, "baresave.txt") != 0)
+            qFatal("cannot save %s", name);
+    };
+}
+
+} // namespace
+
+std::vector<PieceForm> pieceForms()
+{
+    return {
+        {"texts10/plain", [] { return plainTexts(10); }},
+        {"texts10/fast", [] { return fastTexts(10); }},
+        {"texts200/plain", [] { return plainTexts(200); }},
+        {"texts200/fast", [] { return fastTexts(200); }},
+        {"clearances/plain", plainSearches},
+        {"clearances/fast", fastSearches},
+        {"logline/plain", bareLine},
+        {"logline/fast", handledLine},
+        {"match10/plain", [] { return walk(10); }},
+        {"match10/fast", [] { return remembered(10); }},
+        {"match9999/plain", [] { return walk(fullList); }},
+        {"match9999/fast", [] { return remembered(fullList); }},
+        {"save/plain", bareSave},
+        {"save/fast", savedRecords},
+    };
+}
+
+int differingPairs(int count)
+{
+    QRandomGenerator random(2);
+    int differing = 0;
+    for (int i = 0; i < count; ++i) {
+        const CranePair pair = i % 2 ? likelyPair(random) : degeneratePair(random);
+        if (firstDifference(clearancesOf(pair.own, pair.neighbour), plainClearances(pair)) >= 0)
+            ++differing;
+    }
+    return differing;
+}
+
+bool isSavedAsQtWould()
+{
+    PieceStep save = savedRecords();
+    for (int i = 0; i < 5; ++i)
+        save();
+    QFile file(QStringLiteral("mymqtt.txt"));
+    return file.open(QIODevice::ReadOnly) && file.readAll() == textByQt();
+}
