@@ -58,7 +58,7 @@ void VoiceAlarm::playAudioAndWait(const QString &path)
         return;
     QEventLoop untilEnded;
     connect(m_player.get(), &SoundPlayer::finished, &untilEnded, &QEventLoop::quit);
-    QTimer::singleShot(longestSoundMs, &untilEnded, [this, &untilEnded] {
+    QTimer::singleShot(longestSoundMs, Qt::PreciseTimer, &untilEnded, [this, &untilEnded] {
         m_sinceFailure.start();
         QMetaObject::invokeMethod(m_player.get(), &SoundPlayer::stop);
         untilEnded.quit();
