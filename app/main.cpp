@@ -32,8 +32,7 @@ void occupyStandardStreams()
 
 /// A reader of our output that has stalled must not hold up an alarm: what a full pipe or a halted
 /// terminal does not take is lost. Opened anew, since the mode of the present opening belongs to
-/// whoever started us as well; a file needs no such thing, and a
-/// socket cannot be opened.
+/// whoever started us as well; a file needs no such thing, and a socket cannot be opened.
 void keepOutputFromBlocking()
 {
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
