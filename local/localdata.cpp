@@ -87,16 +87,21 @@ void LocalData::mqttMode()
     port = 1883;
     topic = QStringLiteral("Local/#");
     client = new LocalClient(host, static_cast<quint16>(port), topic);
+    // Our own publications come back: what onReceived() ignores must not wake the main thread.
+    connect(client, &QMQTT::Client::received, client, [this](const QMQTT::Message &message) {
+        if (kindOf(message.topic()))
+            QMetaObject::invokeMethod(this, [this, message] { onReceived(message); });
+    });
     client->join(this, clientId);
 }
 
-void LocalData::onReceived(QMQTT::Message message)
+struct LocalData::Kind {
+    QLatin1String fragment;                                               // of the topic
+    void (LocalData::*take)(const QMQTT::Message &, const QJsonObject &); // null: ignored
+};
+
+const LocalData::Kind *LocalData::kindOf(const QString &messageTopic)
 {
-    using Take = void (LocalData::*)(const QMQTT::Message &, const QJsonObject &);
-    struct Kind {
-        QLatin1String fragment;
-        Take take; // null: ignored
-    };
     // The order decides: "Local/Workset/Data" is a crane state.
     static constexpr Kind kinds[] = {
         {QLatin1String("Data"), &LocalData::takeCraneState},
@@ -106,18 +111,21 @@ void LocalData::onReceived(QMQTT::Message message)
         {QLatin1String("collide"), nullptr},
         {QLatin1String("Local/DUID"), &LocalData::takeDeviceId},
     };
-    const QString messageTopic = message.topic();
     for (const Kind &kind : kinds) {
-        if (!messageTopic.contains(kind.fragment))
-            continue;
-        // Parsed only here: our own alarms and reports, which come back, match no fragment.
-        if (kind.take) {
-            const QJsonDocument document = QJsonDocument::fromJson(message.payload());
-            if (document.isObject())
-                (this->*kind.take)(message, document.object());
-        }
-        return;
+        if (messageTopic.contains(kind.fragment))
+            return kind.take ? &kind : nullptr;
     }
+    return nullptr;
+}
+
+void LocalData::onReceived(QMQTT::Message message)
+{
+    const Kind *const kind = kindOf(message.topic());
+    if (!kind)
+        return;
+    const QJsonDocument document = QJsonDocument::fromJson(message.payload());
+    if (document.isObject())
+        (this->*kind->take)(message, document.object());
 }
 
 void LocalData::takeCraneState(const QMQTT::Message &, const QJsonObject &document)

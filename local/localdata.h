@@ -19,7 +19,7 @@ extern FoundationData founData;
 ///
 /// The object belongs to the main thread, and its slots run there. run() is the link's thread:
 /// the client is made in it and lives until the process ends, without a parent. Both ways between
-/// the two are queued.
+/// the two are queued; what onReceived() would ignore is dropped before.
 class LocalData : public QThread
 {
     Q_OBJECT
@@ -62,6 +62,9 @@ protected:
     void run() override;
 
 private:
+    struct Kind;
+    /// What a message of this topic is; null where onReceived() ignores it. Any thread.
+    static const Kind *kindOf(const QString &messageTopic);
     // One for each kind of message, with its parsed payload.
     void takeCraneState(const QMQTT::Message &message, const QJsonObject &document);
     void takeWorkset(const QMQTT::Message &message, const QJsonObject &document);

@@ -28,7 +28,6 @@ void BrokerClient::join(QObject *link, const QString &clientId)
     connect(this, SIGNAL(published(QMQTT::Message, quint16)), this,
             SLOT(onPublished(QMQTT::Message, quint16)));
     connect(this, SIGNAL(connected()), this, SLOT(mqttThreadSub()));
-    connect(this, SIGNAL(received(QMQTT::Message)), link, SLOT(onReceived(QMQTT::Message)));
     connect(link, SIGNAL(MainTheadToMqttTHreadSignal(QString, QString)), this,
             SLOT(mqttThreadPub(QString, QString)));
     setClientId(clientId);

@@ -23,9 +23,9 @@ public:
 
     /// Connects this client with itself and with \a link, and starts connecting to the broker.
     ///
-    /// \a link has the slot onReceived(QMQTT::Message) and the signal
-    /// MainTheadToMqttTHreadSignal(QString,QString), this class's heirs mqttThreadPub(QString,
-    /// QString). Each is reached in its own thread.
+    /// \a link has the signal MainTheadToMqttTHreadSignal(QString,QString), this class's heirs have
+    /// the slot mqttThreadPub(QString,QString), which is reached in its own thread. What is
+    /// received the links connect themselves.
     void join(QObject *link, const QString &clientId);
 
 public Q_SLOTS:
