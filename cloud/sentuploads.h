@@ -6,8 +6,10 @@
 
 /// The payloads sent lately, to recognise them when the broker hands them back.
 ///
-/// Equal bytes prove that a payload parses as a JSON object, no more. They come back in the order
-/// in which they went out, so one that is found ends the wait for all before it.
+/// One that comes back parses as a JSON object, since the engine made it; that is all it proves.
+/// Kept is a 64-bit hash of each: in a burst of reports thousands are on their way at a time, and
+/// parsing them would hold up the reports behind them. They come back in the order in which they
+/// went out, so one that is found ends the wait for all before it.
 class SentUploads
 {
 public:
@@ -16,5 +18,5 @@ public:
     bool take(const QByteArray &payload);
 
 private:
-    std::deque<QByteArray> m_payloads; // oldest first, a few only
+    std::deque<size_t> m_prints; // oldest first
 };
