@@ -2,12 +2,13 @@
 # Measures what a report costs: installs what is missing, builds, runs everything in bench/ and
 # prints one table of goals, figures and verdicts.
 #
-#   ./bench.sh [--short]
+#   ./bench.sh [--short] [--built FOLDER]
 #
 # --short takes about two minutes, with fewer repetitions and without the plot. All of it takes
 # a quarter of an hour. Nothing else should run on the machine. In build/bench: results.json,
 # table.md and, unless short, cost.csv and performance.svg. A row that misses its goal is no failure,
-# a row without a result is.
+# a row without a result is. With --built it installs and builds nothing, measures what is built in
+# that folder and leaves the results there.
 set -eu
 cd "$(dirname "$0")"
 exec </dev/null
@@ -20,22 +21,31 @@ fail() {
 }
 
 short=()
-case ${1:-} in
-  '') ;;
-  --short) short=(--short) ;;
-  -h | --help)
-    sed -n '2,/^set/s/^# \{0,1\}//p' bench.sh
-    exit 0
-    ;;
-  *) fail "unknown option $1 (try --help)" ;;
-esac
+out=
+while [ $# -gt 0 ]; do
+  case $1 in
+    --short) short=(--short) ;;
+    --built)
+      out=${2:-}
+      [ -x "$out/bench/road" ] || fail "nothing to measure is built in '$out'"
+      shift
+      ;;
+    -h | --help)
+      sed -n '2,/^set/s/^# \{0,1\}//p' bench.sh
+      exit 0
+      ;;
+    *) fail "unknown option $1 (try --help)" ;;
+  esac
+  shift
+done
 
-tools/packages.sh build bench
-tools/build.sh bench
-
-out=build/bench
+if [ -z "$out" ]; then
+  tools/packages.sh build bench
+  tools/build.sh bench
+  out=build/bench
+fi
 bin=$out/bench
-exec 9>$out/run.lock
+exec 9>"$out/run.lock"
 flock -n 9 || fail "already running in this folder"
 folder=$(mktemp -d "${TMPDIR:-/tmp}/crane-bench.XXXXXX")
 trap 'rm -rf "$folder"' EXIT
@@ -55,20 +65,20 @@ measurePieces() {
 }
 
 echo "bench.sh: the road of a report, between real brokers"
-road >$out/road.jsonl
+road >"$out/road.jsonl"
 echo "bench.sh: the pieces of a report"
-measurePieces >$out/pieces.jsonl 2>$out/pieces.log 9>&- || {
-  tail -n 20 $out/pieces.log >&2
+measurePieces >"$out/pieces.jsonl" 2>"$out/pieces.log" 9>&- || {
+  tail -n 20 "$out/pieces.log" >&2
   fail "the pieces could not be measured"
 }
-sort -s -t'"' -k4,4V $out/road.jsonl $out/pieces.jsonl >$out/all.jsonl
-sed -e '1s/^/[/; 1!s/^/ /; $!s/$/,/; $s/$/]/' $out/all.jsonl >$out/results.json
+sort -s -t'"' -k4,4V "$out/road.jsonl" "$out/pieces.jsonl" >"$out/all.jsonl"
+sed -e '1s/^/[/; 1!s/^/ /; $!s/$/,/; $s/$/]/' "$out/all.jsonl" >"$out/results.json"
 if [ ${#short[@]} = 0 ]; then
-  road --sweep $out/cost.csv
-  awk -f bench/plot.awk $out/cost.csv >$out/performance.svg
+  road --sweep "$out/cost.csv"
+  awk -f bench/plot.awk "$out/cost.csv" >"$out/performance.svg"
 fi
 complete=0
-awk -f bench/table.awk $out/all.jsonl >$out/table.md || complete=1
+awk -f bench/table.awk "$out/all.jsonl" >"$out/table.md" || complete=1
 echo
-cat $out/table.md
+cat "$out/table.md"
 exit $complete

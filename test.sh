@@ -49,7 +49,7 @@ checkEverything() {
 }
 
 step "packages"
-tools/packages.sh build run test audio
+tools/packages.sh build run test audio bench
 
 # Two at once would use the same build folders, and the tests are timed. A process that a test
 # leaves behind does not keep the lock.
