@@ -33,11 +33,13 @@ public:
     AlarmClock()
     {
         m_publisher.start(QStringLiteral("mosquitto_pub"),
-                          {QStringLiteral("-p"), QString::number(sitePort), QStringLiteral("-t"),
-                           dataOfNeighbour, QStringLiteral("-l")});
+                          {QStringLiteral("-h"), QStringLiteral("127.0.0.1"), QStringLiteral("-p"),
+                           QString::number(sitePort), QStringLiteral("-t"), dataOfNeighbour,
+                           QStringLiteral("-l")});
         m_subscriber.start(QStringLiteral("stdbuf"),
                            {QStringLiteral("-oL"), QStringLiteral("mosquitto_sub"),
-                            QStringLiteral("-p"), QString::number(boardPort), QStringLiteral("-t"),
+                            QStringLiteral("-h"), QStringLiteral("127.0.0.1"), QStringLiteral("-p"),
+                            QString::number(boardPort), QStringLiteral("-t"),
                             QStringLiteral("Local/Alarm"), QStringLiteral("-F"),
                             QStringLiteral("%l")});
     }
