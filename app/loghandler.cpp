@@ -11,6 +11,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "logstamp.h"
+
 static QMutex mutex; // held while the day file is open
 
 namespace
@@ -37,36 +39,6 @@ const char *levelWord(QtMsgType type)
     return " [Trace] ";
 }
 
-/// The time as the lines bear it. What is the same for a second is made once a second: telling the
-/// local time costs more than the rest of a line.
-class Stamp
-{
-public:
-    void setTo(qint64 msSinceEpoch)
-    {
-        m_ms = static_cast<int>(msSinceEpoch % 1000);
-        if (msSinceEpoch / 1000 == m_second)
-            return;
-        m_second = msSinceEpoch / 1000;
-        const QDateTime time = QDateTime::fromMSecsSinceEpoch(msSinceEpoch);
-        m_text = time.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.")).toLocal8Bit();
-        m_path = "log/" + m_text.left(10) + ".txt";
-    }
-    void appendTo(QByteArray *line) const
-    {
-        *line += m_text;
-        for (const int unit : {100, 10, 1})
-            *line += static_cast<char>('0' + m_ms / unit % 10);
-    }
-    const char *path() const { return m_path.constData(); }
-
-private:
-    qint64 m_second = -1;
-    int m_ms = 0;
-    QByteArray m_text;
-    QByteArray m_path; // of the day file
-};
-
 /// One write, so that a line is whole or missing.
 void appendToDayFile(const char *path, const QByteArray &line)
 {
@@ -90,11 +62,11 @@ QDateTime creationTime(const QFileInfo &file)
 
 void customMessageHandler(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
-    thread_local Stamp stamp;
+    thread_local LogStamp stamp;
     stamp.setTo(QDateTime::currentMSecsSinceEpoch());
     QByteArray line;
     line.reserve(100 + 3 * message.size());
-    stamp.appendTo(&line);
+    line += stamp.text();
     line += levelWord(type);
     line += ' ';
     line += QString::fromUtf8(context.file).toLocal8Bit();
