@@ -6,11 +6,11 @@ add_custom_target(threads COMMENT "All tests with that label are built")
 #
 # The labels: "unit" needs nothing but the machine; "integration" needs a broker, a
 # pseudo-terminal or a sound server, and fails with the reason where one is missing; "threads" is
-# for the thread sanitizer, too.
+# for the thread sanitizer, too. With `wrapper` set it is the command that runs the test.
 function(crane_test name labels)
   add_executable(tst_${name} tst_${name}.cpp)
   target_link_libraries(tst_${name} PRIVATE crane_options Qt5::Test ${ARGN})
-  add_test(NAME ${name} COMMAND tst_${name})
+  add_test(NAME ${name} COMMAND ${wrapper} $<TARGET_FILE:tst_${name}>)
   set_tests_properties(${name} PROPERTIES LABELS "${labels}" TIMEOUT 120)
   if("threads" IN_LIST labels)
     add_dependencies(threads tst_${name})

@@ -50,6 +50,7 @@ private Q_SLOTS:
     void boardBrokerRestarts();
     void siteBrokerRestarts();
     void ownUploadsAreIgnored();
+    void brokenPayloadOnAnOwnTopicIsLogged();
     void silentNeighbourIsOffline();
 
 private:
@@ -196,6 +197,25 @@ void TestRestart::ownUploadsAreIgnored()
     QVERIFY(isSame(m_bench->publishedOnBoard(),
                    {shown({alarm, worksetDocument("N7", 999, 8, 44), 1, false})}));
     QVERIFY(m_bench->nextReportWorks());
+}
+
+/// An upload that comes back is not looked into, but what a stranger puts there is.
+void TestRestart::brokenPayloadOnAnOwnTopicIsLogged()
+{
+    const QByteArray error = "JSON parse error:";
+    QVERIFY(m_bench->commission());
+    int from = m_bench->crane.log().size();
+    QVERIFY(m_bench->neighbourState(neighbour, 19));
+    QVERIFY(m_bench->settleSite()); // the upload has come back
+    // One for each message of the bench that says that all before it is handled.
+    QCOMPARE(m_bench->crane.log().mid(from).count(error), 2);
+
+    for (const char *payload : {"not json", "", "[1]"}) {
+        from = m_bench->crane.log().size();
+        QVERIFY(
+            publish(sitePort, siteTopic(QStringLiteral("DEV9"), QStringLiteral("Data")), payload));
+        QVERIFY2(m_bench->crane.waitForLog(error, from), payload);
+    }
 }
 
 void TestRestart::silentNeighbourIsOffline()
