@@ -90,7 +90,7 @@ void LocalData::mqttMode()
     // Our own publications come back: what onReceived() ignores must not wake the main thread.
     connect(client, &QMQTT::Client::received, client, [this](const QMQTT::Message &message) {
         if (kindOf(message.topic()))
-            QMetaObject::invokeMethod(this, [this, message] { onReceived(message); });
+            QMetaObject::invokeMethod(this, "onReceived", Q_ARG(QMQTT::Message, message));
     });
     client->join(this, clientId);
 }
