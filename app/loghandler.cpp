@@ -20,7 +20,7 @@ namespace
 
 constexpr int keptDays = 7;
 
-QtMessageHandler frameworkHandler = nullptr;
+bool isInstalled = false; // set before there is a second thread
 
 const char *levelWord(QtMsgType type)
 {
@@ -40,15 +40,30 @@ const char *levelWord(QtMsgType type)
 }
 
 /// One write, so that a line is whole or missing.
+void write(int file, const QByteArray &line)
+{
+    const ssize_t written = ::write(file, line.constData(), static_cast<size_t>(line.size()));
+    Q_UNUSED(written) // no space, or a reader that has stalled: the line is lost
+}
+
 void appendToDayFile(const char *path, const QByteArray &line)
 {
     const QMutexLocker lock(&mutex);
     const int file = ::open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
     if (file < 0)
         return;
-    const ssize_t written = ::write(file, line.constData(), static_cast<size_t>(line.size()));
-    Q_UNUSED(written) // no space: the line is lost
+    write(file, line);
     ::close(file);
+}
+
+/// The same bytes as by the framework's own handler, without its stream and the stream's lock.
+void passOn(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    const QString text = qFormatLogMessage(type, context, message);
+    if (text.isNull()) // nothing of it is in QT_MESSAGE_PATTERN
+        return;
+    const QByteArray bytes = text.toLocal8Bit();
+    write(STDERR_FILENO, QByteArray(bytes.constData()) + '\n'); // to the first NUL
 }
 
 /// When the file came to be; the last status change where the file system does not keep that.
@@ -70,17 +85,20 @@ void customMessageHandler(QtMsgType type, const QMessageLogContext &context, con
     line += levelWord(type);
     line += ' ';
     line += QString::fromUtf8(context.file).toLocal8Bit();
-    line += '<' + QByteArray::number(context.line) + ">: ";
+    line += '<';
+    line += QByteArray::number(context.line);
+    line += ">: ";
     line += message.toLocal8Bit();
     line += "\r\n";
     appendToDayFile(stamp.path(), line);
-    if (frameworkHandler)
-        frameworkHandler(type, context, message);
+    if (isInstalled)
+        passOn(type, context, message);
 }
 
 void installLogHandler()
 {
-    frameworkHandler = qInstallMessageHandler(customMessageHandler);
+    isInstalled = true;
+    qInstallMessageHandler(customMessageHandler);
 }
 
 void pruneLogs(const QDateTime &now)
