@@ -175,11 +175,13 @@ void measureSteadyRun(const Options &options)
     if (!options.wants(8))
         return;
     constexpr double rate = 400;
+    constexpr double warmUp = 5; // seconds
     const double seconds = options.count(60, 10);
     Stages stages(options.plan);
     Stage &controller = stages.controller(200);
+    driveSteadily(controller, rate,
+                  warmUp); // the first alarms have loaded the player of the sounds
     const long before = controller.subject().residentKib();
-    controller.rouse();
     const SteadyRun run = driveSteadily(controller, rate, seconds);
     const double grownMb =
         static_cast<double>(controller.subject().residentKib() - before) / 1024.0;
