@@ -8,7 +8,7 @@
 # a quarter of an hour. Nothing else should run on the machine. In build/bench: results.json,
 # table.md and, unless short, cost.csv and performance.svg. A row that misses its goal is no failure,
 # a row without a result is. With --built it installs and builds nothing, measures what is built in
-# that folder and leaves the results there.
+# that folder, its path complete or from here, and leaves the results there.
 set -eu
 cd "$(dirname "$0")"
 exec </dev/null

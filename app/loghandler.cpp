@@ -39,20 +39,20 @@ const char *levelWord(QtMsgType type)
     return " [Trace] ";
 }
 
-/// One write, so that a line is whole or missing.
-void write(int file, const QByteArray &line)
+void writeOnce(int file, const QByteArray &line)
 {
     const ssize_t written = ::write(file, line.constData(), static_cast<size_t>(line.size()));
-    Q_UNUSED(written) // no space, or a reader that has stalled: the line is lost
+    Q_UNUSED(written) // what is not taken is lost
 }
 
+/// One write, so that a line is whole or missing.
 void appendToDayFile(const char *path, const QByteArray &line)
 {
     const QMutexLocker lock(&mutex);
     const int file = ::open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
     if (file < 0)
         return;
-    write(file, line);
+    writeOnce(file, line);
     ::close(file);
 }
 
@@ -63,7 +63,7 @@ void passOn(QtMsgType type, const QMessageLogContext &context, const QString &me
     if (text.isNull()) // nothing of it is in QT_MESSAGE_PATTERN
         return;
     const QByteArray bytes = text.toLocal8Bit();
-    write(STDERR_FILENO, QByteArray(bytes.constData()) + '\n'); // to the first NUL
+    writeOnce(STDERR_FILENO, QByteArray(bytes.constData()) + '\n'); // to the first NUL
 }
 
 /// When the file came to be; the last status change where the file system does not keep that.

@@ -10,6 +10,7 @@
 class LogStamp
 {
 public:
+    /// Not before the epoch. Until the first call both texts are empty.
     void setTo(qint64 msSinceEpoch);
     /// "yyyy-MM-dd hh:mm:ss.zzz"
     const char *text() const { return m_text; }

@@ -96,7 +96,7 @@ void MqttThread::mqttMode()
     topic = LOCAL_QRCODE_TX;
     client = new MqttClient(host, static_cast<quint16>(port), topic);
     ConfigureStaticRead();
-    connect(client, &QMQTT::Client::received, this, &MqttThread::onReceived);
+    connect(client, SIGNAL(received(QMQTT::Message)), this, SLOT(onReceived(QMQTT::Message)));
     client->join(this, clientId);
 }
 

@@ -6,6 +6,8 @@
 namespace
 {
 
+static_assert(sizeof(size_t) == 8); // of fewer bits two payloads may well have the same hash
+
 size_t printOf(const QByteArray &payload)
 {
     const std::string_view bytes(payload.constData(), static_cast<size_t>(payload.size()));

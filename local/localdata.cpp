@@ -87,7 +87,8 @@ void LocalData::mqttMode()
     port = 1883;
     topic = QStringLiteral("Local/#");
     client = new LocalClient(host, static_cast<quint16>(port), topic);
-    // Our own publications come back: what onReceived() ignores must not wake the main thread.
+    // Our own publications come back: what onReceived() ignores must not wake the main thread. By
+    // the slot's name, since around a function object the thread sanitizer sees no lock.
     connect(client, &QMQTT::Client::received, client, [this](const QMQTT::Message &message) {
         if (kindOf(message.topic()))
             QMetaObject::invokeMethod(this, "onReceived", Q_ARG(QMQTT::Message, message));

@@ -19,7 +19,7 @@ extern FoundationData founData;
 ///
 /// The object belongs to the main thread, and its slots run there. run() is the link's thread:
 /// the client is made in it and lives until the process ends, without a parent. Both ways between
-/// the two are queued; what onReceived() would ignore is dropped before.
+/// the two are queued; a message whose topic means nothing to onReceived() is dropped before.
 class LocalData : public QThread
 {
     Q_OBJECT

@@ -5,23 +5,23 @@
 
 #include <unistd.h>
 
-/// Catches what this process writes to standard output while the object lives, and passes it on
-/// at the end: the test's own failure lines are among it.
+/// Catches what this process writes to standard output, or to another descriptor, while the object
+/// lives, and passes it on at the end: the test's own failure lines are among it.
 class OutputCapture
 {
 public:
-    OutputCapture()
+    explicit OutputCapture(int stream = STDOUT_FILENO) : m_stream(stream)
     {
         m_file.open();
-        m_saved = ::dup(STDOUT_FILENO);
-        ::dup2(m_file.handle(), STDOUT_FILENO);
+        m_saved = ::dup(m_stream);
+        ::dup2(m_file.handle(), m_stream);
     }
     ~OutputCapture()
     {
-        ::dup2(m_saved, STDOUT_FILENO);
+        ::dup2(m_saved, m_stream);
         ::close(m_saved);
         const QByteArray all = text();
-        if (::write(STDOUT_FILENO, all.constData(), static_cast<size_t>(all.size())) < 0)
+        if (::write(m_stream, all.constData(), static_cast<size_t>(all.size())) < 0)
             return; // nobody listens
     }
     OutputCapture(const OutputCapture &) = delete;
@@ -34,6 +34,7 @@ public:
     }
 
 private:
+    const int m_stream;
     QTemporaryFile m_file;
     int m_saved = -1;
 };

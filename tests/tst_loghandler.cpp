@@ -3,10 +3,13 @@
 #include <QTextCodec>
 
 #include "loghandler.h"
+#include "outputcapture.h"
 #include "workingdirectory.h"
 
 namespace
 {
+
+const QString usualPattern = QStringLiteral("%{if-category}%{category}: %{endif}%{message}");
 
 QString today()
 {
@@ -25,6 +28,8 @@ private Q_SLOTS:
     void lineLayout_data();
     void lineLayout();
     void linesAreAppended();
+    void passedOnAsByTheFramework_data();
+    void passedOnAsByTheFramework();
     void missingFolderIsNotCreated();
     void oldFilesAreRemoved_data();
     void oldFilesAreRemoved();
@@ -71,6 +76,42 @@ void TestLogHandler::linesAreAppended()
     QCOMPARE(bytes.count("\r\n"), 2);
     QVERIFY(bytes.contains(" [Debug]  crane.cpp<17>: one\r\n"));
     QVERIFY(bytes.endsWith(" [Debug]  crane.cpp<17>: %1 two\r\n"));
+}
+
+void TestLogHandler::passedOnAsByTheFramework_data()
+{
+    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("usual") << usualPattern << QStringLiteral("回转到回转 9.5");
+    QTest::newRow("empty") << usualPattern << QString();
+    QTest::newRow("of two lines") << usualPattern << QStringLiteral("one\ntwo");
+    QTest::newRow("with a NUL") << usualPattern
+                                << QStringLiteral("one") + QChar() + QStringLiteral("two");
+    QTest::newRow("long") << usualPattern << QString(200000, QLatin1Char('x'));
+    QTest::newRow("a pattern of one's own")
+        << QStringLiteral("[%{type}] <%{message}>") << QStringLiteral("x");
+    QTest::newRow("of other levels only")
+        << QStringLiteral("%{if-fatal}%{message}%{endif}") << QStringLiteral("x");
+}
+
+void TestLogHandler::passedOnAsByTheFramework()
+{
+    QFETCH(QString, pattern);
+    QFETCH(QString, message);
+    qSetMessagePattern(pattern);
+    const QtMessageHandler ofTheTest = qInstallMessageHandler(nullptr);
+    QByteArray written[2];
+    for (QByteArray &bytes : written) {
+        OutputCapture standardError(STDERR_FILENO);
+        QMessageLogger(nullptr, 0, nullptr, "crane").warning().noquote() << message;
+        QMessageLogger().debug().noquote() << message;
+        bytes = standardError.text();
+        installLogHandler();
+    }
+    qInstallMessageHandler(ofTheTest);
+    qSetMessagePattern(usualPattern);
+    QCOMPARE(written[1], written[0]);
+    QCOMPARE(written[0].isEmpty(), pattern.startsWith(QLatin1String("%{if-fatal}")));
 }
 
 void TestLogHandler::missingFolderIsNotCreated()
