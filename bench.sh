@@ -4,8 +4,8 @@
 #
 #   ./bench.sh [--short] [--built FOLDER]
 #
-# --short takes about two minutes, with fewer repetitions and without the plot. All of it takes
-# a quarter of an hour. Nothing else should run on the machine. In build/bench: results.json,
+# --short takes a minute or two, with fewer repetitions and without the plot. All of it takes six
+# to fifteen. Nothing else should run on the machine. In build/bench: results.json,
 # table.md and, unless short, cost.csv and performance.svg. A row that misses its goal is no failure,
 # a row without a result is. With --built it installs and builds nothing, measures what is built in
 # that folder, its path complete or from here, and leaves the results there.
