@@ -1,6 +1,7 @@
 #include "uarttradio.h"
 
 #include <QDebug>
+#include <QFile>
 #include <QSerialPort>
 #include <QTimer>
 
@@ -10,6 +11,7 @@
 namespace
 {
 
+const QString portPath = QStringLiteral("/dev/ttyUSB0");
 constexpr int sendIntervalMs = 500;
 constexpr int retryIntervalMs = 1000;
 
@@ -49,7 +51,7 @@ void Radio::run()
 {
     QSerialPort port;
     m_port = &port;
-    port.setPortName(QStringLiteral("/dev/ttyUSB0"));
+    port.setPortName(portPath);
     port.setBaudRate(QSerialPort::Baud115200);
     port.setDataBits(QSerialPort::Data8);
     port.setParity(QSerialPort::NoParity);
@@ -76,7 +78,9 @@ void Radio::run()
 
 void Radio::openPort()
 {
-    if (!m_port->open(QIODevice::ReadWrite)) {
+    // Opening makes, syncs and removes a lock file that all programs share; not every second for a
+    // modem that is not there.
+    if (!QFile::exists(portPath) || !m_port->open(QIODevice::ReadWrite)) {
         if (!m_isLossLogged)
             qDebug() << "Can't open serial port!";
         m_isLossLogged = true;

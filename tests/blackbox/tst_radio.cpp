@@ -131,7 +131,7 @@ void TestRadio::missingModemIsLoggedOnceAndTakenWhenItComes()
     QTest::qWait(2500);
     QCOMPARE(logged(missing), 1);
     QVERIFY2(m_modem.plugIn(), qPrintable(m_modem.problem()));
-    QTRY_COMPARE_WITH_TIMEOUT(logged(opened), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(logged(opened), 1, 2000);
     QCOMPARE(logged(missing), 1);
     QVERIFY(m_bench.commission({{QStringLiteral("DEV7"), name, 30}}));
 }
@@ -191,8 +191,8 @@ void TestRadio::pulledModemIsTakenAgain()
     QVERIFY2(m_bench.crane.log().count('\n') < lines + 20, "no flood");
     QVERIFY2(m_bench.crane.cpuSeconds() - cpu < 0.5, "a port that has failed is left alone");
     QVERIFY(m_modem.plugIn());
-    QTRY_COMPARE_WITH_TIMEOUT(logged(opened), 2, 10000);
-    QVERIFY(waitForFrame(before, 5000)); // at the next tick, though nothing has changed
+    QTRY_COMPARE_WITH_TIMEOUT(logged(opened), 2, 2000);
+    QVERIFY(waitForFrame(before, 1100)); // at the next tick, though nothing has changed
     QCOMPARE(m_onAir.last().bytes, frame);
     QCOMPARE(logged(missing), 2);
     QCOMPARE(m_bench.crane.log().count("Failed to open existing file.\n"), 4); // one for each file
@@ -301,7 +301,7 @@ void TestRadio::restartsAdoptTheSavedNeighbour()
         if (restart == 0)
             m_bench.crane.writeFile(radioFile, byHand);
         QVERIFY(m_bench.crane.startAndSubscribe());
-        QTRY_COMPARE_WITH_TIMEOUT(logged(opened), 1, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(logged(opened), 1, 3000);
         QVERIFY(m_bench.crane.waitForOut("Radio.txt配置文件" + byHand + '\n'));
         QVERIFY(m_bench.ownState(30, 27));
         send(motion(236.875)); // does not adopt
