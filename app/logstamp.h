@@ -18,8 +18,7 @@ public:
     const char *path() const { return m_path; }
 
 private:
-    bool m_isSet = false;
-    qint64 m_second = 0;
+    qint64 m_second = -1;
     char m_text[24] = {};
     char m_path[20] = {};
 };

@@ -12,8 +12,8 @@
 /// A record matches an id that contains its device id. The answer holds as long as no record is
 /// added and no device id changes: the list only grows, and a record keeps its id. So everything is
 /// forgotten when the list's length differs from the one remembered (whoever replaces the list by
-/// another one of that length needs another memo); and when the answers take more
-/// than some 4 MiB, since a stranger can invent ids, long ones and such that match everybody.
+/// another one of that length needs another memo); and when the answers take more than some 4 MiB,
+/// since a stranger can invent ids, long ones and such that match everybody.
 class NeighbourMemo
 {
 public:
