@@ -19,6 +19,7 @@ constexpr int longestLeaveMs = 5000;     // sending what is left when disconnect
 constexpr int longestReconnectMs = 5000; // between two attempts
 constexpr int packetsPerTurn = 100;      // then timers and other sockets have their turn
 constexpr int turnMs = 3;
+constexpr quint8 refusal = 128; // of a subscription
 
 template <class... Visitors>
 struct Overloaded : Visitors... {
@@ -50,6 +51,26 @@ Client::~Client()
 bool Client::isConnectedToHost() const
 {
     return m_state == STATE_CONNECTED && m_handle->isOpen();
+}
+
+qint64 Client::unwrittenBytes() const
+{
+    return isConnectedToHost() ? m_handle->unwrittenBytes() : 0;
+}
+
+void Client::setReading(bool on)
+{
+    m_isReading = on;
+    if (m_readable)
+        m_readable->setEnabled(on);
+}
+
+void Client::giveUp()
+{
+    if (isConnectedToHost()) {
+        m_handle->close(SocketTimeoutError);
+        settleAndDeliverLater();
+    }
 }
 
 void Client::setKeepAlive(quint16 seconds)
@@ -128,6 +149,7 @@ quint16 Client::publish(const QMQTT::Message &message)
 void Client::attempt()
 {
     m_state = STATE_CONNECTING;
+    m_isReading = true;
     m_handle = std::make_unique<Handle>(m_settings);
     if (m_handle->isOpen()) {
         m_deadline.start(qMin(m_settings.keepAlive * 1000, longestAnswerMs));
@@ -175,7 +197,7 @@ void Client::readTurn()
     for (int packets = 0; packets < packetsPerTurn && turn.elapsed() < turnMs; ++packets) {
         const bool hasMore = m_handle->readPacket();
         settle();
-        if (!deliver() || !hasMore)
+        if (!deliver() || !hasMore || !m_isReading)
             return;
     }
 }
@@ -189,12 +211,13 @@ void Client::writeTurn()
     if (m_handle->isOpen())
         m_handle->write();
     settle();
-    deliver();
+    if (deliver())
+        Q_EMIT written();
 }
 
 void Client::tick()
 {
-    m_handle->keepAlive();
+    m_handle->keepAlive(m_isReading);
     settle();
     deliver();
 }
@@ -245,9 +268,14 @@ void Client::actOnNextEvent()
         [this](const Accepted &) { acceptConnection(); },
         [this](const Closed &closed) { endConnection(closed.reason); },
         [this](const Published &done) { Q_EMIT published(done.message, done.id); },
-        [this](const Subscribed &done) { Q_EMIT subscribed(done.filter, done.code); },
+        [this](const Subscribed &done) {
+            if (done.code < refusal)
+                m_lastDelayMs = 0;
+            Q_EMIT subscribed(done.filter, done.code);
+        },
         [this](const Unsubscribed &done) { Q_EMIT unsubscribed(done.filter); },
-        [this](const PingAnswered &) { Q_EMIT pingresp(); }};
+        [this](const PingAnswered &) { Q_EMIT pingresp(); },
+        [this](const TooLarge &message) { warnOfSize(message.topic, message.bytes); }};
     const Event event = m_handle->takeEvent();
     std::visit(act, event);
 }
@@ -256,9 +284,16 @@ void Client::acceptConnection()
 {
     m_deadline.stop();
     m_ticker.start();
-    m_lastDelayMs = 0;
     m_state = STATE_CONNECTED;
     Q_EMIT connected();
+}
+
+void Client::warnOfSize(const QString &topic, int bytes)
+{
+    if (m_sinceSizeWarning.isValid() && !m_sinceSizeWarning.hasExpired(60'000))
+        return;
+    m_sinceSizeWarning.start();
+    qWarning() << "MQTT: a message of" << bytes << "bytes is not taken, on" << topic.left(200);
 }
 
 void Client::endConnection(ClientError reason)

@@ -2,6 +2,7 @@
 
 #include "qmqtt_message.h"
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QObject>
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QTimer>
@@ -55,8 +56,9 @@ struct Settings {
 ///
 /// With automatic reconnection a lost or refused connection is tried again for ever: first after
 /// the reconnection interval, then after twice as long each time up to 5 s, each time a random
-/// part of a quarter earlier. A peer that is dead or mute is given up within twice the keep-alive
-/// and 2 s, one that accepts no connection after one keep-alive.
+/// part of a quarter earlier; a subscription that the broker grants begins that anew. A peer that
+/// is dead or mute is given up within twice the keep-alive and 2 s, one that does not answer a
+/// connection after one keep-alive, 10 s at most.
 ///
 /// Nothing is queued while there is no connection, and nothing is sent again on the next one.
 class Client : public QObject
@@ -77,6 +79,19 @@ public:
     quint16 keepAlive() const { return m_settings.keepAlive; } // seconds
     ConnectionState connectionState() const { return m_state; }
     bool isConnectedToHost() const;
+
+    /// A message with a larger payload is not taken: neither copied nor received(), but one
+    /// warning, at most once a minute.
+    static constexpr int largestReceived = 1 << 20;
+
+    /// Topics and payloads of QoS 0 that were published and that the socket has not yet taken, in
+    /// bytes; 0 without a connection. Whoever publishes bounds it.
+    qint64 unwrittenBytes() const;
+    /// Whether messages are read; they are, from each new connection on. Meanwhile the broker holds
+    /// back, and is not given up.
+    void setReading(bool on);
+    /// Ends the connection as if it were lost (SocketTimeoutError), soon.
+    void giveUp();
 
 public Q_SLOTS:
     // These hold from the next connection on.
@@ -117,6 +132,8 @@ Q_SIGNALS:
     void unsubscribed(const QString &topic);
     /// QoS 0: within publish(), connected or not. QoS 1 and 2: the broker has acknowledged it.
     void published(const QMQTT::Message &message, quint16 msgid = 0);
+    /// Some of what had to wait has been written: unwrittenBytes() may have fallen.
+    void written();
     void received(const QMQTT::Message &message);
     void pingresp();
 
@@ -134,6 +151,7 @@ private:
     bool deliver();
     void actOnNextEvent();
     void acceptConnection();
+    void warnOfSize(const QString &topic, int bytes);
     void endConnection(ClientError reason);
     int nextDelayMs();
 
@@ -151,6 +169,8 @@ private:
     QTimer m_ticker;                       // runs the keep-alive while connected
     QTimer m_deadline;                     // for the broker's answer, or for taking leave
     QTimer m_retry;                        // until the next attempt
+    bool m_isReading = true;               // as set for this connection
+    QElapsedTimer m_sinceSizeWarning;      // invalid before the first
 };
 
 } // namespace QMQTT

@@ -80,6 +80,9 @@ Handle::Handle(const Settings &settings)
     // Under traffic the kernel notices a dead peer before the keep-alive does.
     const unsigned patienceMs = settings.keepAlive * 1000u;
     setsockopt(socket(), IPPROTO_TCP, TCP_USER_TIMEOUT, &patienceMs, sizeof patienceMs);
+    // What waits, waits here, where it is counted; the kernel would take megabytes.
+    const int mostUnsent = 128 * 1024;
+    setsockopt(socket(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, &mostUnsent, sizeof mostUnsent);
 }
 
 Handle::~Handle()
@@ -122,10 +125,11 @@ void Handle::write()
     settle(mosquitto_loop_write(m_library, 1));
 }
 
-void Handle::keepAlive()
+void Handle::keepAlive(bool isListening)
 {
     // The answer may lie behind a burst or a long message: a peer that sends is not mute.
-    if (std::exchange(m_hasHeard, false) && m_isPingUnderWay)
+    const bool isAlive = std::exchange(m_hasHeard, false) || !isListening;
+    if (isAlive && m_isPingUnderWay)
         return;
     setListeningForPing(true);
     settle(mosquitto_loop_misc(m_library));
@@ -144,8 +148,13 @@ quint16 Handle::publish(const Message &message, const QByteArray &topic)
     const QByteArray payload = message.payload();
     const bool isAcknowledged = message.qos() > 0;
     int id = 0;
-    // The library stores the identifier before it writes, and onPublish() may come from within.
-    int *const storage = isAcknowledged ? &id : &m_unwritten.emplace_back(0);
+    int *storage = &id;
+    if (!isAcknowledged) {
+        // The library stores the identifier before it writes; onPublish() may come from within.
+        const Unwritten last = {0, topic.size() + payload.size()};
+        storage = &m_unwritten.emplace_back(last).id;
+        m_unwrittenBytes += last.bytes;
+    }
     const int result = mosquitto_publish(m_library, storage, topic.constData(), payload.size(),
                                          payload.constData(), message.qos(), message.retain());
     settle(result);
@@ -258,6 +267,10 @@ void Handle::onMessage(const mosquitto_message &message)
 {
     if (m_phase != Standing)
         return;
+    if (message.payloadlen > Client::largestReceived) {
+        m_events.emplace_back(TooLarge{QString::fromUtf8(message.topic), message.payloadlen});
+        return;
+    }
     m_events.emplace_back(
         std::in_place_type<Message>, static_cast<quint16>(message.mid),
         QString::fromUtf8(message.topic),
@@ -269,8 +282,11 @@ void Handle::onMessage(const mosquitto_message &message)
 // All identifiers come from one 16-bit counter. Those of QoS 0 come back in their order.
 void Handle::onPublish(int id)
 {
-    if (!m_unwritten.empty() && m_unwritten.front() == id) {
+    if (!m_unwritten.empty() && m_unwritten.front().id == id) {
+        m_unwrittenBytes -= m_unwritten.front().bytes;
         m_unwritten.pop_front();
+        // A peer that takes what waits is slow, but not mute: its answer to a ping comes behind it.
+        m_hasHeard = m_hasHeard || !m_unwritten.empty();
         return;
     }
     const auto found = m_unacknowledged.find(id);

@@ -31,10 +31,15 @@ struct Unsubscribed {
 };
 struct PingAnswered {
 };
+/// A message that is larger than what is taken.
+struct TooLarge {
+    QString topic;
+    int bytes;
+};
 
 /// What a call into the library has brought about; a Message is one that has arrived.
-using Event =
-    std::variant<Message, Accepted, Closed, Published, Subscribed, Unsubscribed, PingAnswered>;
+using Event = std::variant<Message, Accepted, Closed, Published, Subscribed, Unsubscribed,
+                           PingAnswered, TooLarge>;
 
 /// One connection to a broker: one handle of libmosquitto, from connecting to its end.
 ///
@@ -59,11 +64,14 @@ public:
     bool readPacket();
     void write();
     /// Sends a ping when one is due, gives up a peer that has not answered the last: every second.
-    void keepAlive();
+    /// One that is not listened to cannot answer.
+    void keepAlive(bool isListening);
     void close(ClientError reason);
 
     /// \a topic is that of the message in UTF-8. The packet identifier, 0 for QoS 0 or on failure.
     quint16 publish(const Message &message, const QByteArray &topic);
+    /// Topics and payloads of QoS 0 that the socket has not yet taken, in bytes.
+    qint64 unwrittenBytes() const { return m_unwrittenBytes; }
     void subscribe(const QString &filter, quint8 qos);
     void unsubscribe(const QString &filter);
     /// Nothing but Closed is recorded from here on.
@@ -77,6 +85,10 @@ public:
 
 private:
     enum Phase { Connecting, Standing, Leaving, Over };
+    struct Unwritten {
+        int id;
+        int bytes;
+    };
 
     void attachCallbacks();
     void settle(int result);
@@ -93,12 +105,13 @@ private:
     Phase m_phase = Connecting;
     ClientError m_refusal = UnknownError;
     std::deque<Event> m_events;
-    std::deque<int> m_unwritten;          // QoS 0, handed over but not yet in the socket
+    std::deque<Unwritten> m_unwritten;    // QoS 0, handed over but not yet in the socket
+    qint64 m_unwrittenBytes = 0;          // of these
     QHash<int, Message> m_unacknowledged; // QoS 1 and 2
     QHash<int, QString> m_filters;        // subscribe and unsubscribe, not yet answered
     bool m_isPingUnderWay = false;
     bool m_isListeningForPing = false;
-    bool m_hasHeard = false; // something has come in since the last keepAlive()
+    bool m_hasHeard = false; // a sign of life since the last keepAlive()
 };
 
 } // namespace QMQTT
