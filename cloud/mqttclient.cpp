@@ -17,7 +17,11 @@ MqttClient::~MqttClient() = default;
 
 void MqttClient::mqttThreadPub(QString type, QString pubMsg)
 {
-    const QByteArray payload = pubMsg.toUtf8();
-    m_sent.add(payload);
-    publish(QMQTT::Message(messageId, type, payload));
+    send(QMQTT::Message(messageId, type, pubMsg.toUtf8()));
+}
+
+void MqttClient::handOver(const QMQTT::Message &message)
+{
+    m_sent.add(message.payload());
+    BrokerClient::handOver(message);
 }

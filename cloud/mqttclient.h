@@ -16,8 +16,12 @@ public:
     bool takeSent(const QByteArray &payload) { return m_sent.take(payload); }
 
 public Q_SLOTS:
-    /// Publishes \a pubMsg on the topic \a type, QoS 0, never retained. While offline it is lost.
+    /// Publishes \a pubMsg on the topic \a type, QoS 0, never retained. While offline it is lost,
+    /// on a slow link the newest remains.
     void mqttThreadPub(QString type, QString pubMsg);
+
+protected:
+    void handOver(const QMQTT::Message &message) override;
 
 private:
     SentUploads m_sent;

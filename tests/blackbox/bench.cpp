@@ -27,8 +27,8 @@ QByteArray withoutTime(const QByteArray &payload)
 
 } // namespace
 
-Bench::Bench()
-    : m_board(boardPort, "max_queued_messages 0"), m_site(sitePort, "max_queued_messages 0")
+Bench::Bench(quint16 siteBroker)
+    : m_board(boardPort, "max_queued_messages 0"), m_site(siteBroker, "max_queued_messages 0")
 {
 }
 
@@ -52,7 +52,7 @@ bool Bench::watchBoard()
 bool Bench::watchSite()
 {
     const QStringList filters{siteTopic(ownDuid, QStringLiteral("#"))};
-    m_siteWatch = std::make_unique<Watch>(sitePort, filters);
+    m_siteWatch = std::make_unique<Watch>(m_site.port(), filters);
     return m_siteWatch->isSubscribed();
 }
 
@@ -63,7 +63,7 @@ bool Bench::toBoard(const QString &topic, const QByteArray &payload)
 
 bool Bench::toSite(const QString &topic, const QByteArray &payload)
 {
-    return publish(sitePort, topic, payload) && settleSite();
+    return publish(m_site.port(), topic, payload) && settleSite();
 }
 
 bool Bench::settleBoard()
@@ -79,7 +79,8 @@ bool Bench::settleSite()
 {
     // What is no JSON gives a log line and has no other effect, on any topic.
     const int before = siteErrors();
-    return publish(sitePort, siteTopic(QStringLiteral("MARK"), QStringLiteral("Mark")), "mark") &&
+    return publish(m_site.port(), siteTopic(QStringLiteral("MARK"), QStringLiteral("Mark")),
+                   "mark") &&
            QTest::qWaitFor([&] { return siteErrors() > before; }, 30000);
 }
 
@@ -155,7 +156,7 @@ QByteArrayList Bench::publishedOnSite()
 {
     if (!settleSite())
         return {"the crane does not answer on the site"};
-    return upToMark(*m_siteWatch, sitePort, siteTopic(ownDuid, QStringLiteral("Mark")));
+    return upToMark(*m_siteWatch, m_site.port(), siteTopic(ownDuid, QStringLiteral("Mark")));
 }
 
 QByteArrayList Bench::upToMark(Watch &watch, quint16 port, const QString &topic)

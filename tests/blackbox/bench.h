@@ -33,7 +33,9 @@ struct Neighbour {
 class Bench
 {
 public:
-    Bench();
+    /// \a siteBroker is another port where something stands between the crane and the site's
+    /// broker.
+    explicit Bench(quint16 siteBroker = sitePort);
 
     Crane crane;
 
