@@ -30,5 +30,5 @@ void LocalClient::mqttThreadPub(QString type, QString pubMsg)
         message.setRetain(true);
         qDebug() << "持久消息" << type;
     }
-    publish(message);
+    send(message);
 }

@@ -4,6 +4,7 @@
 #include <QDebug>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTimer>
 
 #include "documents.h"
 #include "echo.h"
@@ -47,6 +48,15 @@ void logMessage(const QMQTT::Message &message)
     echo(message.payload());
 }
 
+constexpr int mostWaiting = 1 << 20;
+
+/// In the bound of what waits for the main thread, in bytes: a short message takes time as well.
+int weightOf(const QMQTT::Message &message)
+{
+    constexpr int least = 8192;
+    return qMax(least, message.payload().size());
+}
+
 /// A reading for the radio: the key and the value in hundredths of its unit, "height3025".
 QString radioText(QLatin1String key, float value)
 {
@@ -87,13 +97,32 @@ void LocalData::mqttMode()
     port = 1883;
     topic = QStringLiteral("Local/#");
     client = new LocalClient(host, static_cast<quint16>(port), topic);
-    // Our own publications come back: what onReceived() ignores must not wake the main thread. By
-    // the slot's name, since around a function object the thread sanitizer sees no lock.
+    // Our own publications come back: what onReceived() ignores must not wake the main thread.
     connect(client, &QMQTT::Client::received, client, [this](const QMQTT::Message &message) {
         if (kindOf(message.topic()))
-            QMetaObject::invokeMethod(this, "onReceived", Q_ARG(QMQTT::Message, message));
+            handToMainThread(message);
     });
     client->join(this, clientId);
+}
+
+// By the slot's name, since around a function object the thread sanitizer sees no lock.
+void LocalData::handToMainThread(const QMQTT::Message &message)
+{
+    if ((m_waitingBytes += weightOf(message)) >= mostWaiting) {
+        m_isPaused = true;
+        client->pauseReading();
+    }
+    QMetaObject::invokeMethod(this, "takeWaiting", Q_ARG(QMQTT::Message, message));
+}
+
+void LocalData::takeWaiting(QMQTT::Message message)
+{
+    onReceived(message);
+    const int weight = weightOf(message);
+    if (m_waitingBytes.fetch_sub(weight) > weight || !m_isPaused.exchange(false))
+        return;
+    // By a timer: calls that came in the same turn would keep the neighbours' reports out of it.
+    QTimer::singleShot(1, this, [this] { QMetaObject::invokeMethod(client, "resumeReading"); });
 }
 
 struct LocalData::Kind {

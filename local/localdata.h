@@ -5,6 +5,8 @@
 
 #include <qmqtt.h>
 
+#include <atomic>
+
 #include "foundationdata.h"
 
 class LocalClient;
@@ -19,7 +21,9 @@ extern FoundationData founData;
 ///
 /// The object belongs to the main thread, and its slots run there. run() is the link's thread:
 /// the client is made in it and lives until the process ends, without a parent. Both ways between
-/// the two are queued; a message whose topic means nothing to onReceived() is dropped before.
+/// the two are queued; a message whose topic means nothing to onReceived() is dropped before. What
+/// waits for the main thread is bounded to about a MiB: beyond it nothing is read from the broker
+/// until all of it has been taken, so that a program in a loop on the board delays no neighbour.
 class LocalData : public QThread
 {
     Q_OBJECT
@@ -61,10 +65,14 @@ Q_SIGNALS:
 protected:
     void run() override;
 
+private Q_SLOTS:
+    void takeWaiting(QMQTT::Message message);
+
 private:
     struct Kind;
     /// What a message of this topic is; null where onReceived() ignores it. Any thread.
     static const Kind *kindOf(const QString &messageTopic);
+    void handToMainThread(const QMQTT::Message &message); // link's thread
     // One for each kind of message, with its parsed payload.
     void takeCraneState(const QMQTT::Message &message, const QJsonObject &document);
     void takeWorkset(const QMQTT::Message &message, const QJsonObject &document);
@@ -78,4 +86,8 @@ private:
     QString topic;
     QString clientId; // stays empty: the broker assigns one
     LocalClient *client = nullptr;
+
+    // Both threads.
+    std::atomic<int> m_waitingBytes{0};  // on the way to the main thread
+    std::atomic<bool> m_isPaused{false}; // until all of these have been taken
 };

@@ -52,15 +52,25 @@ class TestLocalLink : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase() { m_link->stop(); }
     void mainThreadTakesWhatMeansSomething();
+    void whatWaitsForTheMainThreadIsBounded();
+
+private:
+    WorkingDirectory m_folder;
+    TestBroker m_broker{boardPort, "max_queued_messages 0"};
+    LocalData *const m_link = new LocalData; // lives, like its client, until the process ends
 };
+
+void TestLocalLink::initTestCase()
+{
+    QVERIFY(m_broker.start());
+}
 
 /// The others do not even get to it.
 void TestLocalLink::mainThreadTakesWhatMeansSomething()
 {
-    const WorkingDirectory folder;
-    TestBroker broker(boardPort);
-    QVERIFY(broker.start());
     const QString state = QStringLiteral(R"({"tower":[{"rotation":%1}]})");
     QVERIFY(publishRetained("Local/Alarm", state.arg(1)));
     QVERIFY(publishRetained("Local/collide", state.arg(2)));
@@ -68,15 +78,13 @@ void TestLocalLink::mainThreadTakesWhatMeansSomething()
     QVERIFY(publishRetained("Local/Vicinity/Data", state.arg(4)));
     QVERIFY(publishRetained("Local/DUID", deviceId("DEV8")));
 
-    static LocalData *const link = new LocalData; // lives, like its client, until the process ends
     QueuedCalls calls;
-    link->installEventFilter(&calls);
+    m_link->installEventFilter(&calls);
     QVector<QThread *> threads;
     connect(
-        link, &LocalData::Localdatasignals, &calls,
+        m_link, &LocalData::Localdatasignals, &calls,
         [&threads] { threads.append(QThread::currentThread()); }, Qt::DirectConnection);
-    link->start();
-    const auto stop = qScopeGuard([] { link->stop(); });
+    m_link->start();
     QTRY_COMPARE(founData.duid, QStringLiteral("DEV8"));
     // All that the broker had kept has come before this one.
     QVERIFY(publish({}, QStringLiteral("Local/DUID"), deviceId("DEV9")));
@@ -85,6 +93,23 @@ void TestLocalLink::mainThreadTakesWhatMeansSomething()
     QCOMPARE(founData.rotation, 4.0f);
     QCOMPARE(threads, QVector<QThread *>{QCoreApplication::instance()->thread()});
     QCOMPARE(calls.count, 3);
+}
+
+/// While this thread is busy a program on the board is in a loop.
+void TestLocalLink::whatWaitsForTheMainThreadIsBounded()
+{
+    int taken = 0;
+    QObject context;
+    connect(m_link, &LocalData::Localdatasignals, &context, [&taken] { ++taken; });
+    QCOMPARE(QProcess::execute(
+                 QStringLiteral("sh"),
+                 {QStringLiteral("-c"), QStringLiteral("yes '{}' | head -n 3000 | mosquitto_pub "
+                                                       "-h 127.0.0.1 -q 1 -t Local/Data -l")}),
+             0);
+    QThread::msleep(300);
+    QCoreApplication::sendPostedEvents(m_link, QEvent::MetaCall); // what waits now
+    QVERIFY2(taken > 0 && taken <= 128, QByteArray::number(taken).constData());
+    QTRY_COMPARE_WITH_TIMEOUT(taken, 3000, 20000);
 }
 
 QTEST_GUILESS_MAIN(TestLocalLink)
