@@ -11,6 +11,7 @@
 
 #include "loghandler.h"
 #include "startup.h"
+#include "supervision.h"
 
 namespace
 {
@@ -71,6 +72,7 @@ int main(int argc, char **argv)
         connectWorkers(workers);
         startWorkers(workers);
         startUpTimer.stop();
+        Supervision::start(workers.local);
     });
     startUpTimer.start(startUpDelayMs);
 

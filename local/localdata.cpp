@@ -102,6 +102,7 @@ void LocalData::mqttMode()
         if (kindOf(message.topic()))
             handToMainThread(message);
     });
+    connect(this, &LocalData::linkAsked, client, [this] { Q_EMIT linkAnswered(); });
     client->join(this, clientId);
 }
 

@@ -61,6 +61,9 @@ Q_SIGNALS:
     void Radiosignals(QString string);
     /// The cloud subscription filter and the own device id, after a registration.
     void TopSignals(QString top, QString name);
+    /// Asks the link's thread for a sign of life; it answers by linkAnswered(), emitted there.
+    void linkAsked();
+    void linkAnswered();
 
 protected:
     void run() override;
