@@ -24,7 +24,8 @@ public:
     explicit VoiceAlarm(QObject *parent = nullptr);
     ~VoiceAlarm() override; // ends the thread
 
-    /// Plays the file and returns when it has ended, failed, or taken 15 s. Main thread.
+    /// Plays the file and returns when it has ended, failed, or taken 15 s; at once for 5 s after a
+    /// failure, and while the player has not yet said that its last sound has ended. Main thread.
     void playAudioAndWait(const QString &path);
 
 public Q_SLOTS:
