@@ -20,7 +20,7 @@ namespace
 
 constexpr int keptDays = 7;
 
-bool isInstalled = false; // set before there is a second thread
+bool isInstalled = false; // set before another thread logs
 
 const char *levelWord(QtMsgType type)
 {

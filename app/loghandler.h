@@ -18,7 +18,7 @@ void customMessageHandler(QtMsgType type, const QMessageLogContext &context,
                           const QString &message);
 
 /// Makes customMessageHandler() the handler of all messages. Only from then on are they passed on.
-/// Called once, while there is one thread.
+/// Called once, before another thread logs.
 void installLogHandler();
 
 /// Removes the "*.txt" files in log/ that were created more than seven days before \a now, and

@@ -52,13 +52,19 @@ void Crane::start(Streams streams, const QStringList &wrapper)
         m_process->setStandardOutputProcess(m_reader.get());
         runThrough(QStringLiteral("exec \"$0\" 2>&1"));
         break;
+    case Streams::StalledOfAnother: // root's privileges would open it all the same
+        m_reader = std::make_unique<Child>();
+        m_process->setStandardOutputProcess(m_reader.get());
+        runThrough(QStringLiteral("chmod 0 /proc/self/fd/1; "
+                                  "exec setpriv --inh-caps=-all --bounding-set=-all \"$0\" 2>&1"));
+        break;
     }
     m_process->start(command.takeFirst(), command);
-    if (m_reader && streams == Streams::Stalled) {
-        m_reader->start(QStringLiteral("sleep"), {QStringLiteral("1000")});
-    } else if (m_reader) {
+    if (m_reader && streams == Streams::ReaderGone) {
         m_reader->start(QStringLiteral("true"), QStringList());
         m_reader->waitForFinished();
+    } else if (m_reader) {
+        m_reader->start(QStringLiteral("sleep"), {QStringLiteral("1000")});
     }
     m_process->waitForStarted();
 }

@@ -16,9 +16,10 @@ class Crane
 public:
     enum class Streams {
         Captured,
-        Closed,     // descriptors 1 and 2 do not exist
-        ReaderGone, // both a pipe whose reader is gone: every write fails
-        Stalled     // both a pipe whose reader does not read
+        Closed,          // descriptors 1 and 2 do not exist
+        ReaderGone,      // both a pipe whose reader is gone: every write fails
+        Stalled,         // both a pipe whose reader does not read
+        StalledOfAnother // the same, and the crane may not open that pipe
     };
 
     Crane();

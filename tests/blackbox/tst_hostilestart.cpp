@@ -158,6 +158,8 @@ void TestHostileStart::outputThatNobodyTakes_data()
     QTest::newRow("closed") << int(Crane::Streams::Closed);
     QTest::newRow("a pipe without a reader") << int(Crane::Streams::ReaderGone);
     QTest::newRow("a pipe that is never read") << int(Crane::Streams::Stalled);
+    QTest::newRow("another user's pipe that is never read")
+        << int(Crane::Streams::StalledOfAnother);
 }
 
 void TestHostileStart::outputThatNobodyTakes()
