@@ -9,6 +9,7 @@
 #include <QMutexLocker>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "logstamp.h"
@@ -39,20 +40,36 @@ const char *levelWord(QtMsgType type)
     return " [Trace] ";
 }
 
-void writeOnce(int file, const QByteArray &line)
+/// How many bytes were taken; the others are lost.
+ssize_t writeOnce(int file, const QByteArray &line)
 {
-    const ssize_t written = ::write(file, line.constData(), static_cast<size_t>(line.size()));
-    Q_UNUSED(written) // what is not taken is lost
+    return ::write(file, line.constData(), static_cast<size_t>(line.size()));
 }
 
-/// One write, so that a line is whole or missing.
+/// One write; what a disk that fills up has taken of the line is cut off again.
+void appendWhole(int file, const QByteArray &line)
+{
+    // Not fstat(): a file whose times have been asked for gets new ones with the next write, which
+    // costs more than the writing.
+    struct statx before = {};
+    if (::statx(file, "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &before) != 0 ||
+        !S_ISREG(before.stx_mode))
+        return;
+    const ssize_t written = writeOnce(file, line);
+    if (written >= 0 && written < line.size() &&
+        ::ftruncate(file, static_cast<off_t>(before.stx_size)) != 0)
+        return; // the cut line stays
+}
+
 void appendToDayFile(const char *path, const QByteArray &line)
 {
     const QMutexLocker lock(&mutex);
-    const int file = ::open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    // Non-blocking for the opening: of a pipe it would wait for a reader.
+    const int file =
+        ::open(path, O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
     if (file < 0)
         return;
-    writeOnce(file, line);
+    appendWhole(file, line);
     ::close(file);
 }
 

@@ -11,9 +11,10 @@ class QString;
 /// standard error as the framework would have.
 ///
 /// Any thread; lines never interleave. The file is opened and closed for every line, so a crash
-/// loses at most the line in hand. Where it cannot be opened the line is missing from it, silently:
-/// the folder log/ is never created, an integrator who wants day files creates it. The handler
-/// itself never writes a message.
+/// loses at most the line in hand. Where it cannot be opened, or anything but a plain file lies in
+/// its place, the line is missing from it, silently, and so is one that does not fit on the disk
+/// whole: what was taken of it is cut off again. The folder log/ is never created, an integrator
+/// who wants day files creates it. The handler itself never writes a message.
 void customMessageHandler(QtMsgType type, const QMessageLogContext &context,
                           const QString &message);
 

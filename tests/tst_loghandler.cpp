@@ -2,6 +2,11 @@
 
 #include <QTextCodec>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "fulldisk.h"
 #include "loghandler.h"
 #include "outputcapture.h"
 #include "workingdirectory.h"
@@ -28,6 +33,8 @@ private Q_SLOTS:
     void lineLayout_data();
     void lineLayout();
     void linesAreAppended();
+    void lineThatDoesNotFitIsMissing();
+    void pipeInTheDayFilesPlaceIsLeftAlone();
     void passedOnAsByTheFramework_data();
     void passedOnAsByTheFramework();
     void missingFolderIsNotCreated();
@@ -76,6 +83,37 @@ void TestLogHandler::linesAreAppended()
     QCOMPARE(bytes.count("\r\n"), 2);
     QVERIFY(bytes.contains(" [Debug]  crane.cpp<17>: one\r\n"));
     QVERIFY(bytes.endsWith(" [Debug]  crane.cpp<17>: %1 two\r\n"));
+}
+
+void TestLogHandler::lineThatDoesNotFitIsMissing()
+{
+    QDir().mkdir(QStringLiteral("log"));
+    const QString file = today();
+    const QMessageLogContext context;
+    customMessageHandler(QtDebugMsg, context, QStringLiteral("one"));
+    const QByteArray first = WorkingDirectory::read(file);
+    {
+        const FullDisk disk(static_cast<rlim_t>(first.size()) + 5);
+        customMessageHandler(QtDebugMsg, context, QStringLiteral("two"));
+    }
+    QCOMPARE(WorkingDirectory::read(file), first);
+    customMessageHandler(QtDebugMsg, context, QStringLiteral("three"));
+    QVERIFY(WorkingDirectory::read(file).endsWith(" [Debug]  <0>: three\r\n"));
+}
+
+/// Neither without a reader, which opening it would wait for, nor with one.
+void TestLogHandler::pipeInTheDayFilesPlaceIsLeftAlone()
+{
+    QDir().mkdir(QStringLiteral("log"));
+    const QByteArray path = QFile::encodeName(today());
+    QCOMPARE(::mkfifo(path.constData(), 0600), 0);
+    customMessageHandler(QtDebugMsg, QMessageLogContext(), QStringLiteral("lost"));
+    const int reader = ::open(path.constData(), O_RDONLY | O_NONBLOCK);
+    customMessageHandler(QtDebugMsg, QMessageLogContext(), QStringLiteral("lost"));
+    char byte = 0;
+    const ssize_t taken = ::read(reader, &byte, 1);
+    ::close(reader);
+    QCOMPARE(taken, ssize_t(0));
 }
 
 void TestLogHandler::passedOnAsByTheFramework_data()

@@ -3,11 +3,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#include <csignal>
-
-#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "fulldisk.h"
 #include "outputcapture.h"
 #include "statefile.h"
 #include "workingdirectory.h"
@@ -203,7 +201,6 @@ void TestStateFile::fullDiskKeepsTheOldFile_data()
     QTest::newRow("long: fails while writing") << 20000;
 }
 
-/// A size limit of this process stands in for the full disk: the write fails in the same place.
 void TestStateFile::fullDiskKeepsTheOldFile()
 {
     QFETCH(int, elements);
@@ -212,16 +209,11 @@ void TestStateFile::fullDiskKeepsTheOldFile()
     for (int i = 0; i < elements; ++i)
         larger.append(i);
     OutputCapture output;
-    ::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit limit = {};
-    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &limit), 0);
-    struct rlimit full = limit;
-    full.rlim_cur = 4;
     QTest::ignoreMessage(QtCriticalMsg, failure);
-    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &full), 0);
-    craneFile().write(QJsonDocument(larger));
-    const int restored = ::setrlimit(RLIMIT_FSIZE, &limit);
-    QCOMPARE(restored, 0);
+    {
+        const FullDisk disk(4);
+        craneFile().write(QJsonDocument(larger));
+    }
     QCOMPARE(WorkingDirectory::read(name), QByteArray("[2]"));
     QCOMPARE(QDir().entryList(QDir::Files), QStringList{name});
     QVERIFY(!output.text().contains("写入"));
