@@ -2,8 +2,8 @@
 
 #include <QByteArray>
 #include <QElapsedTimer>
+#include <QMutex>
 
-#include <atomic>
 #include <cerrno>
 #include <poll.h>
 #include <unistd.h>
@@ -13,6 +13,10 @@ namespace
 
 constexpr int patienceMs = 100; // for a reader that is slower than a long line
 
+QMutex mutex;            // held for one echo
+bool isStalled = false;  // guarded by mutex: the last line got stuck, do not wait again
+char lastWritten = '\n'; // guarded by mutex
+
 /// Whether standard output takes more within \a limitMs.
 bool isWritable(qint64 limitMs)
 {
@@ -21,16 +25,11 @@ bool isWritable(qint64 limitMs)
            (output.revents & POLLOUT);
 }
 
-} // namespace
-
-void echo(QByteArray line)
+/// False when not all was taken. \a clock runs since the echo was asked for.
+bool writeAll(const QByteArray &line, const QElapsedTimer &clock)
 {
-    static std::atomic<bool> isStalled{false}; // the last line got stuck: do not wait again
-    line.append('\n');
     const char *rest = line.constData();
     auto size = static_cast<size_t>(line.size());
-    QElapsedTimer clock;
-    clock.start();
     while (size > 0) { // a pipe takes a long line in pieces
         const ssize_t written = ::write(STDOUT_FILENO, rest, size);
         if (written < 0 && errno == EINTR)
@@ -39,9 +38,25 @@ void echo(QByteArray line)
             isWritable(isStalled ? 0 : patienceMs - clock.elapsed()))
             continue;
         if (written <= 0)
-            break;
+            return false;
         rest += written;
         size -= static_cast<size_t>(written);
+        lastWritten = rest[-1];
     }
-    isStalled = size > 0;
+    return true;
+}
+
+} // namespace
+
+void echo(QByteArray line)
+{
+    QElapsedTimer clock;
+    clock.start();
+    if (!mutex.tryLock(patienceMs))
+        return;
+    if (lastWritten != '\n') // the last line was given up half-way
+        line.prepend('\n');
+    line.append('\n');
+    isStalled = !writeAll(line, clock);
+    mutex.unlock();
 }

@@ -2,8 +2,14 @@
 
 class QByteArray;
 
-/// Writes \a line and a newline to standard output in one write, past the diagnostic log.
+/// Writes \a line and a newline to standard output, past the diagnostic log: in one write, or in
+/// pieces where a pipe takes a long one so.
 ///
-/// Any thread. What cannot be written is lost: a closed output is no failure, and a reader that
-/// does not read is waited for a tenth of a second, once.
+/// Any thread; echoes never mix. What cannot be written is lost: a closed output is no failure, and
+/// a reader that does not read is waited for a tenth of a second, once. Of a line that is given up
+/// half-way the begin stays, and the next echo starts on a line of its own.
+///
+/// Another thread's echo is waited for a tenth of a second at most, within the same tenth that is
+/// for the reader; after that the line is lost. With an output that does not block (see
+/// app/standardstreams.h) that is also the longest that an echo takes.
 void echo(QByteArray line);
