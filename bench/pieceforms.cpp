@@ -266,6 +266,9 @@ PieceStep bareSave()
         if (::write(file, text.constData(), static_cast<size_t>(text.size())) != text.size() ||
             ::fdatasync(file) != 0 || ::close(file) != 0 || ::rename(name, "baresave.txt") != 0)
             qFatal("cannot save %s", name);
+        const int folder = ::open(".", O_RDONLY | O_DIRECTORY);
+        if (::fsync(folder) != 0 || ::close(folder) != 0)
+            qFatal("cannot sync the folder of %s", name);
     };
 }
 

@@ -34,11 +34,22 @@ public:
     /// holds something else ("JSON is not an array").
     QVector<QJsonObject> readRecords() const;
 
-    /// Replaces the file by \a document, compact, and echoes it.
+    /// Replaces the file by \a document, compact, and echoes it, once it is on the disk.
     ///
-    /// The replacement is atomic (a temporary file, synced and renamed), so a process that is
-    /// killed or a full disk leaves the old file. Only in a folder that allows no new file is an
-    /// existing one written in place. A file that already holds these bytes is not written.
+    /// The replacement is atomic: a temporary file, synced and renamed, then the folder synced. A
+    /// process that is killed, a power cut or a full disk leaves the old file or the new one. Who
+    /// may write it stays as it was, and where the name is a link the file it leads to is replaced.
+    /// A file that already holds these bytes is not written, unless its last replacement failed.
+    ///
+    /// Only in a folder that allows no new file is an existing one written in place, and synced; a
+    /// full disk leaves the old text there, too, a power cut may spoil it.
+    ///
+    /// A folder that cannot be synced, since it may not be read or the file system syncs none
+    /// (EINVAL), counts as synced. After any other failure to sync it the file holds the new bytes,
+    /// yet may have the old ones after a power cut: that counts as not replaced.
+    ///
+    /// The temporary file lies beside the file and has its name and ".anticollisiond-new". One that
+    /// a killed process has left is removed when the file is read; until then writing fails.
     void write(const QJsonDocument &document) const;
     /// The same with the compact text itself.
     void write(const QByteArray &text) const;

@@ -3,12 +3,27 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <cerrno>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "fulldisk.h"
 #include "outputcapture.h"
 #include "statefile.h"
 #include "workingdirectory.h"
+
+static int syncsToFailure = 0; // the sync of that number fails; 0: none
+
+/// In the place of the C library's.
+extern "C" int fsync(int file)
+{
+    if (syncsToFailure > 0 && --syncsToFailure == 0) {
+        errno = EIO;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_fsync, file));
+}
 
 namespace
 {
@@ -20,6 +35,29 @@ StateFile craneFile()
 {
     return StateFile(name, QStringLiteral("crane.txt配置文件"));
 }
+
+/// While it lives the test has no privileges, and the working directory this mode.
+class OrdinaryUser
+{
+public:
+    explicit OrdinaryUser(mode_t folder) : m_isRoot(::geteuid() == 0)
+    {
+        ::chmod(".", folder);
+        if (m_isRoot && ::seteuid(65534) != 0)
+            qFatal("cannot become an ordinary user");
+    }
+    ~OrdinaryUser()
+    {
+        if (m_isRoot && ::seteuid(0) != 0)
+            qFatal("cannot become root again");
+        ::chmod(".", 0700);
+    }
+    OrdinaryUser(const OrdinaryUser &) = delete;
+    OrdinaryUser &operator=(const OrdinaryUser &) = delete;
+
+private:
+    const bool m_isRoot;
+};
 
 QByteArray namesOf(const QVector<QJsonObject> &records)
 {
@@ -44,9 +82,14 @@ private Q_SLOTS:
     void object();
     void missingFolderOrPipeInItsPlaceIsReported_data();
     void missingFolderOrPipeInItsPlaceIsReported();
+    void writingReplacesTheFileAndEchoesIt_data();
     void writingReplacesTheFileAndEchoesIt();
+    void linkAndPermissionsStay();
     void unchangedBytesAreEchoedButNotWritten();
     void bytesThatChangedOnDiskAreWrittenAgain();
+    void failedSyncCountsAsNotWritten_data();
+    void failedSyncCountsAsNotWritten();
+    void onlyItsOwnLeftoverIsRemoved();
     void refusedReplacementKeepsTheOldFile();
     void fullDiskKeepsTheOldFile_data();
     void fullDiskKeepsTheOldFile();
@@ -147,14 +190,43 @@ void TestStateFile::missingFolderOrPipeInItsPlaceIsReported()
     QCOMPARE(output.text(), QByteArray());
 }
 
+void TestStateFile::writingReplacesTheFileAndEchoesIt_data()
+{
+    QTest::addColumn<int>("folder"); // its permissions
+    QTest::newRow("by a new file") << 0777;
+    QTest::newRow("by a new file, in a folder that cannot be synced") << 0333;
+    QTest::newRow("in place, where the folder allows no new file") << 0555;
+}
+
 void TestStateFile::writingReplacesTheFileAndEchoesIt()
 {
+    QFETCH(int, folder);
     WorkingDirectory::write(name, "something longer than what is to come, and damaged");
+    ::chmod(qPrintable(name), 0666);
     OutputCapture output;
-    craneFile().write(QJsonDocument(QJsonArray{QJsonObject{{QStringLiteral("名"), 0.5}}}));
+    {
+        const OrdinaryUser user(static_cast<mode_t>(folder));
+        craneFile().write(QJsonDocument(QJsonArray{QJsonObject{{QStringLiteral("名"), 0.5}}}));
+    }
     QCOMPARE(WorkingDirectory::read(name), QByteArray(R"([{"名":0.5}])"));
     QCOMPARE(output.text(), QByteArray("crane.txt配置文件写入[{\"名\":0.5}]\n"));
     QCOMPARE(QDir().entryList(QDir::Files), QStringList{name}); // no temporary file is left
+}
+
+void TestStateFile::linkAndPermissionsStay()
+{
+    const QString place = QStringLiteral("elsewhere/real.txt");
+    QVERIFY(QDir().mkdir(QStringLiteral("elsewhere")));
+    WorkingDirectory::write(place, "[2]");
+    QCOMPARE(::chmod(qPrintable(place), 0604), 0);
+    QVERIFY(QFile::link(place, name));
+    OutputCapture output;
+    craneFile().write(QJsonDocument(QJsonArray{1}));
+    QVERIFY(QFileInfo(name).isSymLink());
+    QCOMPARE(WorkingDirectory::read(place), QByteArray("[1]"));
+    struct stat after = {};
+    QCOMPARE(::stat(qPrintable(place), &after), 0);
+    QCOMPARE(after.st_mode & 0777, mode_t(0604));
 }
 
 void TestStateFile::unchangedBytesAreEchoedButNotWritten()
@@ -181,38 +253,87 @@ void TestStateFile::bytesThatChangedOnDiskAreWrittenAgain()
     QCOMPARE(WorkingDirectory::read(name), QByteArray("[1]"));
 }
 
-void TestStateFile::refusedReplacementKeepsTheOldFile()
+void TestStateFile::failedSyncCountsAsNotWritten_data()
 {
-    if (::geteuid() == 0)
-        QSKIP("root may write any file; the full disk below is refused to root as well");
+    QTest::addColumn<int>("failing");
+    QTest::addColumn<QByteArray>("left");
+    QTest::newRow("of the new file: the old one stays") << 1 << QByteArray("[2]");
+    QTest::newRow("of the folder after the rename") << 2 << QByteArray("[1]");
+}
+
+void TestStateFile::failedSyncCountsAsNotWritten()
+{
+    QFETCH(int, failing);
+    const QJsonDocument document(QJsonArray{1});
     WorkingDirectory::write(name, "[2]");
-    QVERIFY(QFile::setPermissions(name, QFile::ReadOwner));
     OutputCapture output;
     QTest::ignoreMessage(QtCriticalMsg, failure);
-    craneFile().write(QJsonDocument(QJsonArray{1}));
+    syncsToFailure = failing;
+    craneFile().write(document);
+    QCOMPARE(syncsToFailure, 0);
+    QTEST(WorkingDirectory::read(name), "left");
+    QCOMPARE(QDir().entryList(QDir::Files), QStringList{name});
+
+    // Written anew, although it may read back the same.
+    QTest::ignoreMessage(QtCriticalMsg, failure);
+    syncsToFailure = failing;
+    craneFile().write(document);
+    QCOMPARE(syncsToFailure, 0);
+    QCOMPARE(output.text(), QByteArray());
+    craneFile().write(document);
+    QCOMPARE(output.text(), QByteArray("crane.txt配置文件写入[1]\n"));
+}
+
+void TestStateFile::onlyItsOwnLeftoverIsRemoved()
+{
+    const QStringList others{name, QStringLiteral("crane.txt.XyZ123"),
+                             QStringLiteral("crane.txt.backup"), QStringLiteral("jib.txt")};
+    for (const QString &other : others)
+        WorkingDirectory::write(other, "[1]");
+    // A link there is removed as well, and nothing is written through it.
+    QVERIFY(QFile::link(QStringLiteral("jib.txt"), name + QStringLiteral(".anticollisiond-new")));
+    OutputCapture output;
+    QTest::ignoreMessage(QtCriticalMsg, failure);
+    craneFile().write(QJsonDocument(QJsonArray{2}));
+    craneFile().readRecords();
+    QCOMPARE(QDir().entryList(QDir::Files, QDir::Name), others);
+    craneFile().write(QJsonDocument(QJsonArray{2}));
+    QCOMPARE(WorkingDirectory::read(name), QByteArray("[2]"));
+    QCOMPARE(WorkingDirectory::read(QStringLiteral("jib.txt")), QByteArray("[1]"));
+}
+
+void TestStateFile::refusedReplacementKeepsTheOldFile()
+{
+    WorkingDirectory::write(name, "[2]");
+    QVERIFY(QFile::setPermissions(name, QFile::ReadOwner | QFile::ReadOther));
+    OutputCapture output;
+    QTest::ignoreMessage(QtCriticalMsg, failure);
+    {
+        const OrdinaryUser user(0777);
+        craneFile().write(QJsonDocument(QJsonArray{1}));
+    }
     QCOMPARE(WorkingDirectory::read(name), QByteArray("[2]"));
     QCOMPARE(output.text(), QByteArray());
 }
 
 void TestStateFile::fullDiskKeepsTheOldFile_data()
 {
-    QTest::addColumn<int>("elements");
-    QTest::newRow("short: fails when the buffer is flushed") << 10;
-    QTest::newRow("long: fails while writing") << 20000;
+    QTest::addColumn<int>("folder"); // its permissions
+    QTest::newRow("replaced by a new file") << 0777;
+    QTest::newRow("written in place") << 0555;
 }
 
 void TestStateFile::fullDiskKeepsTheOldFile()
 {
-    QFETCH(int, elements);
+    QFETCH(int, folder);
     WorkingDirectory::write(name, "[2]");
-    QJsonArray larger;
-    for (int i = 0; i < elements; ++i)
-        larger.append(i);
+    ::chmod(qPrintable(name), 0666);
     OutputCapture output;
     QTest::ignoreMessage(QtCriticalMsg, failure);
     {
+        const OrdinaryUser user(static_cast<mode_t>(folder));
         const FullDisk disk(4);
-        craneFile().write(QJsonDocument(larger));
+        craneFile().write(QJsonDocument(QJsonArray{1, 2, 3}));
     }
     QCOMPARE(WorkingDirectory::read(name), QByteArray("[2]"));
     QCOMPARE(QDir().entryList(QDir::Files), QStringList{name});
