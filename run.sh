@@ -191,7 +191,7 @@ isControllerListening() {
 }
 
 startSite() {
-  local entry=$1 hand bin=$PWD/build/ci
+  local entry=$1 hand bin=$PWD/build/run
   shift
   folder=$(mktemp -d "${TMPDIR:-/tmp}/crane-site.XXXXXX")
   say "logs and state files: $folder"
@@ -260,7 +260,7 @@ trap 'exit 129' HUP
 
 if [ -z "$inside" ]; then
   tools/packages.sh build run
-  attend build tools/build.sh ci anticollisiond sitesim sitewatch
+  attend build tools/build.sh run anticollisiond sitesim sitewatch
   enterNamespaces
 fi
 case " $inside " in *" --net "*) ip link set lo up ;; esac

@@ -10,7 +10,7 @@ packagesOf() {
   case $1 in
     build)
       echo g++ cmake ninja-build pkg-config qtbase5-dev qtmultimedia5-dev libqt5serialport5-dev \
-        libmosquitto-dev libsystemd-dev libbenchmark-dev ;;
+        libmosquitto-dev libsystemd-dev ;;
     run) # the multimedia plugins play the spoken warnings; no dependency names them
       echo mosquitto mosquitto-clients iproute2 util-linux \
         libqt5multimedia5-plugins gstreamer1.0-plugins-base gstreamer1.0-plugins-good \
@@ -20,7 +20,7 @@ packagesOf() {
         socat ;;
     audio) echo pulseaudio pulseaudio-utils sox libsox-fmt-mp3 ;;
     voice) echo espeak-ng sox lame ;;
-    bench) echo mosquitto util-linux valgrind strace ;;
+    bench) echo libbenchmark-dev mosquitto util-linux valgrind strace ;;
     *) return 1 ;;
   esac
 }
