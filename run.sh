@@ -78,7 +78,7 @@ stopAll() {
   fi
 }
 
-# Runs a step of its own and ends it, with all that it has started, when this script is ended.
+# Runs a step of its own and ends it when this script is ended.
 attend() {
   start "$@"
   wait "${pids[$1]}"
@@ -260,7 +260,7 @@ trap 'exit 129' HUP
 
 if [ -z "$inside" ]; then
   tools/packages.sh build run
-  attend build tools/build.sh run anticollisiond sitesim sitewatch
+  attend build tools/attend.sh tools/build.sh run anticollisiond sitesim sitewatch
   enterNamespaces
 fi
 case " $inside " in *" --net "*) ip link set lo up ;; esac

@@ -1,7 +1,8 @@
 #!/bin/bash
 # Checks everything: installs what is missing, looks at the formatting, then builds and tests the
 # optimised build, the one with the address and undefined-behaviour sanitizers and, for what uses
-# threads, the one with the thread sanitizer. Stops at the first failure.
+# threads, the one with the thread sanitizer. Stops at the first failure. What it has started ends
+# with it, also when it is killed.
 #
 #   ./test.sh
 #
@@ -9,6 +10,10 @@
 set -eu
 cd "$(dirname "$0")"
 exec </dev/null
+
+attend() {
+  setpriv --pdeathsig TERM tools/attend.sh "$@"
+}
 
 step() {
   if [ -n "${current:-}" ]; then
@@ -35,9 +40,9 @@ checkFormatting() {
 buildAndTest() {
   local name=$1 preset=$2 label=${3:-}
   step "build: $name"
-  tools/build.sh "$preset" ${label:+"$label"}
+  attend tools/build.sh "$preset" ${label:+"$label"}
   step "tests: $name"
-  ctest --preset "$preset" ${label:+-L "$label"}
+  attend ctest --preset "$preset" ${label:+-L "$label"}
 }
 
 checkEverything() {
