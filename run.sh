@@ -4,12 +4,17 @@
 # radio, where a mount namespace can give the controller a serial device that is none of the machine's.
 # Warnings are spoken where the machine has sound.
 #
-#   ./run.sh [--seconds N] [--cranes N] [--rate R] [--speed TIMES] [--seed N]
+#   ./run.sh [OPTION...]
 #
-# Runs until Ctrl-C, or for N seconds. The other options go to the simulator: how many cranes, how
-# many messages each sends in a second, how much faster than the clock, and which random course.
-# Everything that it starts ends with it; the logs and the controller's state files stay in a
-# folder whose name it prints.
+#   --seconds N    end after so many seconds, up to 999999; 0, the default: at Ctrl-C
+#   --cranes N     cranes of the site, the own one included: 2 to 200; default 6
+#   --rate R       crane-state messages of each crane in a second: 0.1 to 50; default 2
+#   --speed TIMES  times faster than the clock: 0.1 to 100; default 1
+#   --seed N       another random course: 0 to 4294967295; default 3
+#   --calm         one approach at a time, instead of a random course
+#
+# Everything that it starts ends with it; an installation of packages is finished first. The logs
+# and the controller's state files of the last ten runs stay, in folders whose names it prints.
 set -eu
 cd "$(dirname "$0")"
 # shellcheck source=tools/namespace.sh
@@ -30,6 +35,29 @@ fail() {
 
 usage() {
   sed -n '2,/^set/s/^# \{0,1\}//p' run.sh
+}
+
+# Whether this is a plain number, a whole one if so wanted, in the range: KIND LOWEST HIGHEST NUMBER.
+isNumber() {
+  local digits='^[0-9]{1,10}'
+  [ "$1" = whole ] || digits+='(\.[0-9]{1,10})?'
+  [[ $4 =~ $digits$ ]] &&
+    LC_ALL=C awk -v low="$2" -v high="$3" -v number="$4" \
+      'BEGIN { exit !(low <= number && number <= high) }'
+}
+
+# The ranges are those of the simulator, which is not built yet when an option is looked at.
+checkNumber() {
+  local kind=decimal range
+  case $1 in
+    --seconds) kind=whole range='0 999999' ;;
+    --cranes) kind=whole range='2 200' ;;
+    --rate) range='0.1 50' ;;
+    --speed) range='0.1 100' ;;
+    --seed) kind=whole range='0 4294967295' ;;
+  esac
+  # shellcheck disable=SC2086
+  isNumber $kind $range "$2" || fail "$1 takes a $kind number from ${range/ / to }, not '$2'"
 }
 
 # Starts a piece in the background, apart from the terminal's Ctrl-C and with its output where the
@@ -100,7 +128,7 @@ findDevices() {
     refusal=$("${namespace[@]}" bash -euc '. tools/namespace.sh; coverDevices' 2>&1)
 }
 
-# Sets `kinds` and `port`: a network of one's own when a broker's port is taken, and devices of one's
+# Sets `kinds`, `port` and `radio`: a network of one's own when a broker's port is taken, and devices of one's
 # own for the simulated radio, or lest the controller speak through the machine's real one.
 chooseNamespaces() {
   kinds=()
@@ -117,7 +145,7 @@ chooseNamespaces() {
     say "no simulated radio: this machine has a /dev/ttyUSB0, which is left alone"
     kinds+=(--mount)
   elif findDevices; then
-    simulation+=(--radio /dev/ttyUSB0)
+    radio=/dev/ttyUSB0
     kinds+=(--mount)
   else
     say "no simulated radio: a mount namespace is refused: ${refusal:-no reason given}"
@@ -126,7 +154,7 @@ chooseNamespaces() {
 
 # Starts this script again in the namespaces that it needs.
 enterNamespaces() {
-  local kinds port entry=''
+  local kinds port entry='' radio=''
   chooseNamespaces
   if [ ${#kinds[@]} = 0 ]; then
     return 0
@@ -137,8 +165,8 @@ enterNamespaces() {
     say "port $port is taken: using a network namespace of its own"
     entry=$(entryCommand)
   fi
-  exec "${namespace[@]}" ./run.sh --inside-namespaces "${kinds[*]}" --entry "$entry" \
-    --seconds "$seconds" "${simulation[@]}"
+  exec "${namespace[@]}" ./run.sh --inside-namespaces "${kinds[*]}" "$entry" "$radio" \
+    "${options[@]}"
 }
 
 # Whether something here can play the warnings: a sound server of this user's, or a card.
@@ -236,22 +264,37 @@ seconds=0
 entry=''
 inside=''
 simulation=()
+if [ "${1:-}" = --inside-namespaces ]; then # as enterNamespaces calls it
+  inside=$2
+  entry=$3
+  radio=$4
+  [ -z "$radio" ] || simulation+=(--radio "$radio")
+  shift 4
+fi
+options=("$@")
 while [ $# -gt 0 ]; do
   case $1 in
-    -h | --help) usage; exit 0 ;;
-    --seconds | --cranes | --rate | --speed | --seed | --radio | --entry | --inside-namespaces)
-      [ $# -ge 2 ] || fail "$1 needs a value" ;;
+    -h | --help)
+      usage
+      exit 0
+      ;;
+    --calm)
+      simulation+=("$1")
+      shift
+      ;;
+    --seconds | --cranes | --rate | --speed | --seed)
+      [ $# -ge 2 ] || fail "$1 needs a value"
+      checkNumber "$1" "$2"
+      if [ "$1" = --seconds ]; then
+        seconds=$2
+      else
+        simulation+=("$1" "$2")
+      fi
+      shift 2
+      ;;
     *) fail "unknown option $1 (try --help)" ;;
   esac
-  case $1 in
-    --seconds) seconds=$2 ;;
-    --entry) entry=$2 ;;
-    --inside-namespaces) inside=$2 ;;
-    *) simulation+=("$1" "$2") ;;
-  esac
-  shift 2
 done
-[[ $seconds =~ ^[0-9]{1,6}$ ]] || fail "--seconds needs a whole number, not $seconds"
 
 trap stopAll EXIT
 trap 'exit 130' INT
