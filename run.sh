@@ -13,8 +13,9 @@
 #   --seed N       another random course: 0 to 4294967295; default 3
 #   --calm         one approach at a time, instead of a random course
 #
-# Everything that it starts ends with it; an installation of packages is finished first. The logs
-# and the controller's state files of the last ten runs stay, in folders whose names it prints.
+# Ctrl-Z is ignored. Everything that it starts ends with it; an installation of packages is finished
+# first. The logs and the controller's state files of the last ten runs stay, in folders whose names
+# it prints.
 set -eu
 cd "$(dirname "$0")"
 # shellcheck source=tools/namespace.sh
@@ -176,6 +177,23 @@ hasSound() {
     compgen -G '/dev/snd/pcm*p' >/dev/null
 }
 
+# Makes the run's folder, for the one who calls sudo, too, and removes the oldest of the earlier ones:
+# ten stay. Each is locked while it is in use.
+makeFolder() {
+  local owner parent=${TMPDIR:-/tmp} old
+  owner=$(id -u)
+  [ "$owner" != 0 ] || owner=${SUDO_UID:-0}
+  find "$parent" -maxdepth 1 -type d -user "$owner" -name 'crane-site.??????' \
+    -printf '%T@ %p\0' 2>/dev/null | sort -znr | tail -zn +10 | cut -zd' ' -f2- |
+    while IFS= read -rd '' old; do
+      flock -n "$old" rm -rf "$old" || true
+    done
+  folder=$(mktemp -d "$parent/crane-site.XXXXXX")
+  exec 8<"$folder"
+  flock 8
+  [ "$owner" = "$(id -u)" ] || chown "$owner:$SUDO_GID" "$folder" 2>/dev/null || true
+}
+
 brokerConfiguration() {
   cat <<TEXT
 listener $1 127.0.0.1
@@ -221,7 +239,7 @@ isControllerListening() {
 startSite() {
   local entry=$1 hand bin=$PWD/build/run
   shift
-  folder=$(mktemp -d "${TMPDIR:-/tmp}/crane-site.XXXXXX")
+  makeFolder
   say "logs and state files: $folder"
   hasSound || say "no sound server and no sound card: the warnings are not heard"
   startBroker board-broker 1883
@@ -296,6 +314,7 @@ while [ $# -gt 0 ]; do
   esac
 done
 
+trap '' TSTP # the view would go on drawing under the shell's prompt
 trap stopAll EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
