@@ -2,7 +2,7 @@
 # Shows the controller at work: installs what is missing, builds, starts two brokers, the
 # controller and a simulated site, and shows what the board is told. One of the neighbours reports by
 # radio, where a mount namespace can give the controller a serial device that is none of the machine's.
-# Warnings are spoken where the machine has sound.
+# The machine's sound is left alone, unless one asks to hear the warnings.
 #
 #   ./run.sh [OPTION...]
 #
@@ -12,6 +12,7 @@
 #   --speed TIMES  times faster than the clock: 0.1 to 100; default 1
 #   --seed N       another random course: 0 to 4294967295; default 3
 #   --calm         one approach at a time, instead of a random course
+#   --sound        play the spoken warnings on this machine
 #
 # Ctrl-Z is ignored. Everything that it starts ends with it; an installation of packages is finished
 # first. The logs and the controller's state files of the last ten runs stay, in folders whose names
@@ -170,6 +171,22 @@ enterNamespaces() {
     "${options[@]}"
 }
 
+# Sets `environment` to what the controller's differs in: without the option it finds no sound server
+# and no card, and what it plays goes nowhere.
+chooseSound() {
+  environment=()
+  if [ -n "$silent" ]; then
+    environment=(-u XDG_RUNTIME_DIR PULSE_SERVER="unix:$folder/none" PIPEWIRE_REMOTE=none
+      JACK_DEFAULT_SERVER=none JACK_NO_START_SERVER=1
+      ALSA_CONFIG_PATH=/dev/null GST_PLUGIN_FEATURE_RANK="osssink:0,oss4sink:0")
+    say "the spoken warnings are not played; --sound plays them"
+  elif hasSound; then
+    say "the spoken warnings are played on this machine"
+  else
+    say "no sound server and no sound card: the spoken warnings are not heard"
+  fi
+}
+
 # Whether something here can play the warnings: a sound server of this user's, or a card.
 hasSound() {
   [ -n "${PULSE_SERVER:-}" ] ||
@@ -237,17 +254,17 @@ isControllerListening() {
 }
 
 startSite() {
-  local entry=$1 hand bin=$PWD/build/run
+  local entry=$1 hand environment bin=$PWD/build/run
   shift
   makeFolder
   say "logs and state files: $folder"
-  hasSound || say "no sound server and no sound card: the warnings are not heard"
+  chooseSound
   startBroker board-broker 1883
   startBroker cloud-broker 22222
   say "two brokers on 127.0.0.1: port 1883 on the board, port 22222 in the cloud"
   hand="${entry:+$entry }mosquitto_sub -p 1883 -t '#' -v"
   say "to listen by hand: $hand"
-  startLogged anticollisiond env -C "$folder" "$bin/app/anticollisiond"
+  startLogged anticollisiond env -C "$folder" "${environment[@]}" "$bin/app/anticollisiond"
   await anticollisiond isControllerListening
   say "the controller listens; starting the simulated site"
   start sitewatch "$bin/tools/sitewatch" --seconds "$seconds" \
@@ -279,6 +296,7 @@ watchSite() {
 }
 
 seconds=0
+silent=yes
 entry=''
 inside=''
 simulation=()
@@ -298,6 +316,10 @@ while [ $# -gt 0 ]; do
       ;;
     --calm)
       simulation+=("$1")
+      shift
+      ;;
+    --sound)
+      silent=''
       shift
       ;;
     --seconds | --cranes | --rate | --speed | --seed)
@@ -326,7 +348,7 @@ if [ -z "$inside" ]; then
   enterNamespaces
 fi
 case " $inside " in *" --net "*) ip link set lo up ;; esac
-case " $inside " in *" --mount "*) coverDevices ;; esac
+case " $inside " in *" --mount "*) coverDevices ${silent:+--no-sound} ;; esac
 startSite "$entry" "${simulation[@]}"
 trap 'exit 0' INT # from here on Ctrl-C is the usual end
 watchSite
