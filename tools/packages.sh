@@ -4,7 +4,8 @@
 #   tools/packages.sh GROUP...      groups: build run test audio voice bench
 #
 # As root, or through sudo. Where neither is possible it names what is missing, gives the one
-# command that installs it, and fails.
+# command that installs it, and fails. It never removes a package: where one that is installed is in
+# the way it says which, and fails.
 set -eu
 packagesOf() {
   case $1 in
@@ -63,7 +64,7 @@ else
 packages: these Debian packages are missing, and installing them takes root or sudo:
   ${missing[*]}
 Have them installed by this command, then start again:
-  apt-get update && apt-get install --no-install-recommends -y ${missing[*]}
+  apt-get update && apt-get install --no-remove --no-install-recommends -y ${missing[*]}
 TEXT
   exit 1
 fi
@@ -74,7 +75,25 @@ apt() {
     apt-get -q -o DPkg::Lock::Timeout=300 "$@" </dev/null
 }
 
+# Looks at what apt-get would do. It may have other names for the packages, or some to remove.
+checkPlan() {
+  local plan unknown removed
+  if ! plan=$("${asRoot[@]}" LC_ALL=C apt-get -s install --no-install-recommends "${missing[@]}" \
+    2>&1); then
+    unknown=$(sed -nE "s/^E: (Unable to locate package |Package ')([^ ']+).*/\2/p" <<<"$plan" |
+      xargs)
+    [ -z "$unknown" ] || fail "this system has no package $unknown; the groups build and run are" \
+      "known on Debian 12 and 13 and Ubuntu 24.04 (with universe), the others on Debian 12"
+    echo "$plan" >&2
+    fail "apt-get cannot install them; the lines above say why"
+  fi
+  removed=$(sed -nE 's/^Remv ([^ ]+).*/\1/p' <<<"$plan" | xargs)
+  [ -z "$removed" ] || fail "nothing installed: ${missing[*]} would remove from this machine:" \
+    "$removed. Use a machine or a container of Debian 12 without them, or remove them yourself"
+}
+
 echo "packages: installing ${missing[*]}"
 apt update || fail "apt-get update failed; the lines above say why"
-apt install -y --no-install-recommends "${missing[@]}" ||
+checkPlan
+apt install -y --no-remove --no-install-recommends "${missing[@]}" ||
   fail "apt-get install failed; the lines above say why"
