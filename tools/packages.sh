@@ -5,7 +5,8 @@
 #
 # As root, or through sudo. Where neither is possible it names what is missing, gives the one
 # command that installs it, and fails. It never removes a package: where one that is installed is in
-# the way it says which, and fails.
+# the way it says which, and fails. A broker that the package mosquitto would set up as a service of
+# the machine is switched off again, unless the package was there before.
 set -eu
 packagesOf() {
   case $1 in
@@ -66,6 +67,9 @@ packages: these Debian packages are missing, and installing them takes root or s
 Have them installed by this command, then start again:
   apt-get update && apt-get install --no-remove --no-install-recommends -y ${missing[*]}
 TEXT
+  if [[ " ${missing[*]} " == *" mosquitto "* ]]; then
+    echo "(mosquitto becomes a service on port 1883; systemctl disable --now mosquitto ends it)" >&2
+  fi
   exit 1
 fi
 
@@ -92,8 +96,20 @@ checkPlan() {
     "$removed. Use a machine or a container of Debian 12 without them, or remove them yourself"
 }
 
+# Ends the service that comes with the broker's package, now and for later starts of the machine.
+switchBrokerOff() {
+  if systemctl cat mosquitto.service >/dev/null 2>&1 &&
+    "${asRoot[@]}" systemctl disable --now mosquitto.service >/dev/null 2>&1; then
+    echo "packages: the service mosquitto, a broker on port 1883, was installed and is switched off" \
+      "again; to have it: systemctl enable --now mosquitto"
+  fi
+}
+
 echo "packages: installing ${missing[*]}"
 apt update || fail "apt-get update failed; the lines above say why"
 checkPlan
+if [ -d /run/systemd/system ] && [[ " ${missing[*]} " == *" mosquitto "* ]]; then
+  trap switchBrokerOff EXIT # also when the installation breaks off
+fi
 apt install -y --no-remove --no-install-recommends "${missing[@]}" ||
   fail "apt-get install failed; the lines above say why"
