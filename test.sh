@@ -2,7 +2,7 @@
 # Checks everything: installs what is missing, looks at the formatting, then builds and tests the
 # optimised build, the one with the address and undefined-behaviour sanitizers and, for what uses
 # threads, the one with the thread sanitizer. Stops at the first failure. What it has started ends
-# with it, also when it is killed.
+# with it, also when it is killed. On Debian 12 only, since the formatting is one version's.
 #
 #   ./test.sh
 #
