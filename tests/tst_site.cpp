@@ -139,6 +139,7 @@ private Q_SLOTS:
     void silenceComesAndGoes_data();
     void silenceComesAndGoes();
     void radioFramesInBytes();
+    void motionIsRepeatedAtRest();
 };
 
 void TestSite::aSiteCanBeCommissioned_data()
@@ -517,6 +518,18 @@ void TestSite::radioFramesInBytes()
     const SiteCrane crane = craneAt(0, 0, 0); // jib 45 m
     QCOMPARE(radioAttributeFrame(0x1234, crane).left(6).toHex(' '),
              QByteArray("12 34 00 02 11 94"));
+}
+
+void TestSite::motionIsRepeatedAtRest()
+{
+    RadioRhythm rhythm;
+    QVERIFY(!rhythm.isDue(QByteArray())); // no reading yet
+    QVector<int> ticks;
+    for (int tick = 0; tick < 80; ++tick) {
+        if (rhythm.isDue(tick < 50 ? "here" : "there"))
+            ticks.append(tick);
+    }
+    QCOMPARE(ticks, (QVector<int>{0, 22, 43, 50, 72})); // 11 s, 10.5 s
 }
 
 QTEST_APPLESS_MAIN(TestSite)

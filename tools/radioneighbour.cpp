@@ -1,16 +1,14 @@
 #include "radioneighbour.h"
 
-#include "radiotalk.h"
-
 #include <QTextStream>
 
 namespace
 {
-constexpr int motionPeriodMs = 500;
-constexpr int attributePeriodMs = 20000;
+constexpr int tickMs = 500;
+constexpr int attributePeriod = 40; // ticks
+constexpr int apartMs = 250;        // attributes follow motion: two frames that meet are none
 constexpr int pulledOutAfterMs = 25000;
 constexpr int pulledOutForMs = 5000;
-constexpr int openingMs = 1500; // a controller tries a missing port once in a second
 
 void say(const QString &text)
 {
@@ -22,8 +20,8 @@ RadioNeighbour::RadioNeighbour(const SiteCrane &crane, quint16 craneNumber, cons
     : m_crane(crane), m_craneNumber(craneNumber), m_modem(link)
 {
     connect(&m_modem, &RadioModem::heard, this, &RadioNeighbour::hear);
-    connect(&m_motionTimer, &QTimer::timeout, this, &RadioNeighbour::sendMotion);
-    connect(&m_attributeTimer, &QTimer::timeout, this, &RadioNeighbour::sendAttributes);
+    connect(&m_ticks, &QTimer::timeout, this, &RadioNeighbour::tick);
+    m_ticks.setTimerType(Qt::PreciseTimer);
     m_modem.plugIn();
 }
 
@@ -31,8 +29,8 @@ void RadioNeighbour::begin()
 {
     say(m_crane.fieldNumber + QStringLiteral(" reports by radio"));
     sendAttributes();
-    m_attributeTimer.start(attributePeriodMs);
-    m_motionTimer.start(motionPeriodMs);
+    m_ticksToAttributes = attributePeriod;
+    m_ticks.start(tickMs);
     QTimer::singleShot(pulledOutAfterMs, this, &RadioNeighbour::pullModem);
 }
 
@@ -41,25 +39,34 @@ void RadioNeighbour::report(const CraneReading &reading)
     m_motion = radioMotionFrame(m_craneNumber, reading);
 }
 
-void RadioNeighbour::sendAttributes()
+void RadioNeighbour::tick()
 {
-    m_modem.send(radioAttributeFrame(m_craneNumber, m_crane));
-    m_motionTimer.start(); // two frames that meet are none
+    if (m_rhythm.isDue(m_motion))
+        transmit(m_motion);
+    if (--m_ticksToAttributes > 0)
+        return;
+    m_ticksToAttributes = attributePeriod;
+    QTimer::singleShot(apartMs, this, &RadioNeighbour::sendAttributes);
 }
 
-void RadioNeighbour::sendMotion()
+void RadioNeighbour::sendAttributes()
 {
-    if (!m_modem.isPluggedIn() || m_motion == m_lastSent)
-        return;
-    m_modem.send(m_motion);
-    m_lastSent = m_motion;
+    transmit(radioAttributeFrame(m_craneNumber, m_crane));
+}
+
+/// A controller sends as soon as it has opened its modem. What is sent before stays unheard: kept
+/// in the line, it would arrive as one piece.
+void RadioNeighbour::transmit(const QByteArray &frame)
+{
+    if (m_isOwnCraneHeard)
+        m_modem.send(frame);
 }
 
 void RadioNeighbour::pullModem()
 {
     say(QStringLiteral("the modem is pulled out"));
     m_modem.pull();
-    m_attributeTimer.stop();
+    m_isOwnCraneHeard = false;
     QTimer::singleShot(pulledOutForMs, this, &RadioNeighbour::putModemBack);
 }
 
@@ -70,10 +77,6 @@ void RadioNeighbour::putModemBack()
         return;
     }
     say(QStringLiteral("the modem is back"));
-    m_isOwnCraneHeard = false;
-    m_motionTimer.stop();
-    QTimer::singleShot(openingMs, this, &RadioNeighbour::sendAttributes);
-    m_attributeTimer.start(attributePeriodMs);
 }
 
 /// A frame that another one has joined, or that came in pieces, is not understood.
@@ -83,6 +86,7 @@ void RadioNeighbour::hear(const QByteArray &bytes)
     if (m_isOwnCraneHeard || bytes.size() != frameSize || radioCheck(bytes) != 0)
         return;
     m_isOwnCraneHeard = true;
+    m_ticksToAttributes = 0;
     const int number = static_cast<quint8>(bytes.at(0)) << 8 | static_cast<quint8>(bytes.at(1));
     say(QStringLiteral("%1 reports by radio, and hears crane %2")
             .arg(m_crane.fieldNumber)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "radiomodem.h"
+#include "radiotalk.h"
 #include "site.h"
 
 #include <QObject>
@@ -8,10 +9,11 @@
 
 /// The unit of the one neighbour that reports by radio, and its modem.
 ///
-/// Its attributes go on air at the begin, every 20 s, and when the modem is put back; its motion
-/// twice a second while it moves. The modem is pulled out once, 25 s after the begin, and put back
-/// 5 s later; all times by the clock. What happens to it, and what is heard of the own crane, is
-/// said on standard output. Lives in the creating thread and needs its event loop.
+/// Its attributes go on air at the begin, every 20 s, and when the modem is back in use; its motion
+/// in the rhythm of a unit: twice a second while it moves, every 10.5 s at rest. The modem is
+/// pulled out once, 25 s after the begin, and put back 5 s later; the unit speaks on meanwhile,
+/// unheard. All times by the clock. What happens to the modem, and what is heard of the own crane,
+/// is said on standard output. Lives in the creating thread and needs its event loop.
 class RadioNeighbour : public QObject
 {
     Q_OBJECT
@@ -28,8 +30,9 @@ public:
     void report(const CraneReading &reading);
 
 private:
+    void tick();
     void sendAttributes();
-    void sendMotion();
+    void transmit(const QByteArray &frame);
     void pullModem();
     void putModemBack();
     void hear(const QByteArray &bytes);
@@ -37,9 +40,9 @@ private:
     const SiteCrane m_crane;
     const quint16 m_craneNumber;
     RadioModem m_modem;
-    QTimer m_motionTimer;
-    QTimer m_attributeTimer;
-    QByteArray m_motion; // to be sent, empty when the last one has been
-    QByteArray m_lastSent;
+    QTimer m_ticks;
+    int m_ticksToAttributes = 0;
+    QByteArray m_motion; // empty until the first reading
+    RadioRhythm m_rhythm;
     bool m_isOwnCraneHeard = false; // since the modem was plugged in
 };

@@ -59,3 +59,20 @@ QString radioFieldNumber(quint16 craneNumber)
 {
     return QString::number(craneNumber) + QStringLiteral("号"); // No.
 }
+
+bool RadioRhythm::isDue(const QByteArray &motion)
+{
+    constexpr int ticksToFirstRepeat = 22;
+    constexpr int ticksToNextRepeat = 21;
+    if (motion.isEmpty())
+        return false;
+    if (motion != m_motion) {
+        m_motion = motion;
+        m_ticksLeft = ticksToFirstRepeat;
+        return true;
+    }
+    if (--m_ticksLeft > 0)
+        return false;
+    m_ticksLeft = ticksToNextRepeat;
+    return true;
+}

@@ -25,3 +25,16 @@ QByteArray radioAttributeFrame(quint16 craneNumber, const SiteCrane &crane);
 
 /// The label by which a controller knows a crane that it hears on the radio: "3号" (No. 3).
 QString radioFieldNumber(quint16 craneNumber);
+
+/// When a unit says where its crane is: a changed motion at the next tick, an unchanged one again
+/// after 11 s and then every 10.5 s. A tick is 500 ms.
+class RadioRhythm
+{
+public:
+    /// One tick; whether \a motion is to go on air now. Nothing does while it is empty.
+    bool isDue(const QByteArray &motion);
+
+private:
+    QByteArray m_motion; // as of the last tick
+    int m_ticksLeft = 0; // until it is said again
+};

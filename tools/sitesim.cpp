@@ -112,7 +112,8 @@ Options parseOptions(const QCoreApplication &application)
             "Make a serial device of this name, a pseudo-terminal, and let the neighbour "
             "3号 (2号 of two cranes) report by radio once it is commissioned: "
             "attributes at the begin and every 20 s, motion twice a second while it "
-            "moves. After 25 s the modem is pulled out for 5 s. Give the name that the "
+            "moves and every 10.5 s at rest. After 25 s the modem is pulled out for 5 s. Give the "
+            "name that the "
             "controller opens, /dev/ttyUSB0, where nothing real can have it."),
         QStringLiteral("device"));
     parser.addOption(radio);
