@@ -1,3 +1,4 @@
+#include "calmcourse.h"
 #include "cranemotion.h"
 #include "radiotalk.h"
 #include "silence.h"
@@ -7,6 +8,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
+#include <QVector3D>
 #include <QtTest>
 
 #include <cmath>
@@ -34,17 +36,66 @@ PlanPoint pointOfJib(const SiteCrane &crane, double rotation, double radius)
     return {crane.x + radius * std::sin(angle), crane.y + radius * std::cos(angle)};
 }
 
-/// Metres in plan between two jibs, to about half a metre.
-double jibDistance(const SiteCrane &own, double ownRotation, const SiteCrane &other,
-                   double otherRotation)
+/// A part of a crane that alarms speak of: a line, on the site plan.
+struct Part {
+    QString name;
+    QVector3D begin;
+    QVector3D end;
+};
+
+QVector3D onSite(PlanPoint point, double height)
 {
-    double nearest = HUGE_VAL;
-    for (double r = 0; r <= own.armLength; r += 0.5) {
-        for (double s = 0; s <= other.armLength; s += 0.5)
-            nearest = std::min(nearest, distance(pointOfJib(own, ownRotation, r),
-                                                 pointOfJib(other, otherRotation, s)));
+    return QVector3D(float(point.east), float(point.north), float(height));
+}
+
+Part jibOf(const SiteCrane &crane, const CraneReading &reading, double height)
+{
+    return {QStringLiteral("jib"), onSite({crane.x, crane.y}, height),
+            onSite(pointOfJib(crane, reading.rotation, crane.armLength), height)};
+}
+
+QVector<Part> partsOf(const SiteCrane &crane, const CraneReading &reading)
+{
+    const PlanPoint axis{crane.x, crane.y};
+    const PlanPoint trolley = pointOfJib(crane, reading.rotation, reading.travel);
+    const double top = crane.craneHeight;
+    return {jibOf(crane, reading, top),
+            {QStringLiteral("tower"), onSite(axis, 0), onSite(axis, top)},
+            {QStringLiteral("rope"), onSite(trolley, top), onSite(trolley, top - reading.height)},
+            {QStringLiteral("counter-jib"), onSite(axis, top),
+             onSite(pointOfJib(crane, reading.rotation, -crane.rearArm), top)}};
+}
+
+/// Metres between two parts, from every metre of the first: up to half a metre too much.
+double distance(const Part &one, const Part &other)
+{
+    const QVector3D way = other.end - other.begin;
+    const float steps = std::ceil((one.end - one.begin).length());
+    float nearest = HUGE_VALF;
+    for (float step = 0; step <= steps; ++step) {
+        const QVector3D point = one.begin + (one.end - one.begin) * (step / steps);
+        const float share =
+            QVector3D::dotProduct(point - other.begin, way) / std::max(way.lengthSquared(), 1e-6f);
+        const QVector3D foot = other.begin + way * qBound(0.0f, share, 1.0f);
+        nearest = std::min(nearest, (point - foot).length());
     }
-    return nearest;
+    return static_cast<double>(nearest);
+}
+
+/// What the controller of \a own is to say of \a other, at a safety distance of 5 m.
+QSet<QString> alarmsBetween(const SiteCrane &own, const CraneReading &ownReading,
+                            const SiteCrane &other, const CraneReading &otherReading)
+{
+    QSet<QString> alarms;
+    if (distance(jibOf(own, ownReading, 0), jibOf(other, otherReading, 0)) <= 10)
+        alarms.insert(QStringLiteral("zone"));
+    for (const Part &part : partsOf(own, ownReading)) {
+        for (const Part &otherPart : partsOf(other, otherReading)) {
+            if (distance(part, otherPart) <= 5)
+                alarms.insert(part.name + QLatin1Char('/') + otherPart.name);
+        }
+    }
+    return alarms;
 }
 
 /// A crane at the place of a 3-4-5 triangle: 50 m from the origin.
@@ -58,6 +109,11 @@ SiteCrane craneAt(double x, double y, double zeroBearing)
     crane.zeroBearing = zeroBearing;
     crane.armLength = 45;
     return crane;
+}
+
+CraneReading readingAt(SiteCourse &course, const Site &site, int index, double seconds)
+{
+    return readingOf(site.at(index), course.poseAt(index, seconds));
 }
 
 /// All crane-state documents of \a seconds of a site, each crane looked at \a looks times for
@@ -129,6 +185,8 @@ private Q_SLOTS:
     void cranesKeepToTheirLimits();
     void theSameSeedRepeatsEveryMessage();
     void jibsComeNearEachOtherSoonAndOften();
+    void oneCaseAtATimeOnACalmSite_data();
+    void oneCaseAtATimeOnACalmSite();
     void documentsSayWhatWasMeant_data();
     void documentsSayWhatWasMeant();
     void neighboursSpeakOnTopicsOfTheProject();
@@ -335,19 +393,16 @@ void TestSite::jibsComeNearEachOtherSoonAndOften()
     constexpr double zone = 10; // metres, twice the safety distance
     for (quint32 seed = 1; seed <= 10; ++seed) {
         const Site site = buildSite(6, seed);
-        CraneMotion own(site.first());
-        std::vector<CraneMotion> others(site.begin() + 1, site.end());
+        BusyCourse course(site, 0);
         QVector<bool> isNear(5, false);
         int approaches = 0;
         int departures = 0;
         double first = HUGE_VAL;
         for (double time = 0; time < 60; time += 1) {
-            const double rotation = readingOf(site.first(), own.poseAt(time)).rotation;
+            const Part own = jibOf(site.first(), readingAt(course, site, 0, time), 0);
             for (int i = 0; i < 5; ++i) {
-                const SiteCrane &crane = site.at(i + 1);
-                const CranePose pose = others.at(static_cast<std::size_t>(i)).poseAt(time);
-                const double apart =
-                    jibDistance(site.first(), rotation, crane, readingOf(crane, pose).rotation);
+                const Part jib = jibOf(site.at(i + 1), readingAt(course, site, i + 1, time), 0);
+                const double apart = distance(own, jib);
                 approaches += !isNear[i] && apart <= zone ? 1 : 0;
                 departures += isNear[i] && apart > zone ? 1 : 0;
                 isNear[i] = apart <= zone;
@@ -360,6 +415,65 @@ void TestSite::jibsComeNearEachOtherSoonAndOften()
         QVERIFY2(approaches >= 4, row.constData());
         QVERIFY2(departures >= 3, row.constData());
     }
+}
+
+void TestSite::oneCaseAtATimeOnACalmSite_data()
+{
+    QTest::addColumn<int>("cranes");
+    QTest::addColumn<quint32>("seed");
+    QTest::addColumn<QString>("cases"); // beside the zone, in their order
+
+    // The jibs of 2#, 4# and 6# are higher than the own one, the others lower.
+    const QString ofFive = QStringLiteral("-,rope/jib,jib/jib,-,jib/rope,"
+                                          "jib/rope,rope/jib,-,rope/jib,jib/jib,"
+                                          "jib/jib,-,jib/rope,rope/jib,-");
+    QTest::newRow("two cranes") << 2 << 3u << "-,jib/rope,jib/jib";
+    for (quint32 seed = 1; seed <= 3; ++seed)
+        QTest::addRow("the usual site, seed %u", seed) << 6 << seed << ofFive;
+    QTest::newRow("more than come near") << 9 << 1u << QString();
+}
+
+void TestSite::oneCaseAtATimeOnACalmSite()
+{
+    QFETCH(int, cranes);
+    QFETCH(quint32, seed);
+    QFETCH(QString, cases);
+    const Site site = calmSite(buildSite(cranes, seed));
+    CalmCourse course(site, 14);
+    QVector<CraneReading> before(cranes);
+    QSet<QString> alarms; // since a neighbour came near
+    QStringList seen;
+    int silences = 0;
+    bool wasSilent = false;
+    for (double time = 0; seen.size() < 15; time += 1) {
+        QVERIFY2(time < 2000, qPrintable(seen.join(QLatin1Char(','))));
+        int moving = 0;
+        int alarmed = 0;
+        for (int i = 0; i < cranes; ++i) {
+            const CraneReading reading = readingAt(course, site, i, time);
+            const bool isMoving =
+                reading.rotation != before.at(i).rotation || reading.travel != before.at(i).travel;
+            moving += isMoving && time > 0 ? 1 : 0;
+            before[i] = reading;
+            const QSet<QString> now =
+                i == 0 ? QSet<QString>()
+                       : alarmsBetween(site.first(), before.first(), site.at(i), reading);
+            alarmed += now.isEmpty() ? 0 : 1;
+            alarms += now;
+        }
+        QVERIFY(moving <= 1 && alarmed <= 1);
+        if (alarmed == 0 && !alarms.isEmpty()) {
+            QVERIFY(alarms.remove(QStringLiteral("zone")) && alarms.size() <= 1);
+            seen.append(alarms.isEmpty() ? QStringLiteral("-") : *alarms.begin());
+            alarms.clear();
+        }
+        const bool isSilent = course.isSilentAt(time);
+        QVERIFY(!isSilent || alarmed == 0);
+        silences += isSilent && !wasSilent ? 1 : 0;
+        wasSilent = isSilent;
+    }
+    QVERIFY(seen.join(QLatin1Char(',')).startsWith(cases));
+    QVERIFY(silences >= 2);
 }
 
 void TestSite::documentsSayWhatWasMeant_data()

@@ -1,7 +1,7 @@
 #include "commissioning.h"
 
-#include "cranemotion.h"
 #include "siteclients.h"
+#include "sitecourse.h"
 #include "sitedocuments.h"
 #include "waiting.h"
 
@@ -10,9 +10,10 @@
 
 #include <algorithm>
 
-Commissioning::Commissioning(const Site &site, SiteClients &clients, Waiting &waiting,
-                             qint64 patienceMs)
-    : m_site(site), m_clients(clients), m_waiting(waiting), m_patienceMs(patienceMs)
+Commissioning::Commissioning(const Site &site, SiteCourse &course, SiteClients &clients,
+                             Waiting &waiting, qint64 patienceMs)
+    : m_site(site), m_course(course), m_clients(clients), m_waiting(waiting),
+      m_patienceMs(patienceMs)
 {
     for (int i = 1; i < site.size(); ++i)
         m_missing.append(i);
@@ -106,9 +107,10 @@ bool Commissioning::takeUpWork()
 {
     m_reportsBefore = m_clients.freshReports();
     publishWorksets(true);
-    for (const SiteCrane &crane : m_site) {
-        const QByteArray state = craneStateDocument(readingOf(crane, CraneMotion(crane).poseAt(0)));
-        if (&crane == &own()) {
+    for (int i = 0; i < m_site.size(); ++i) {
+        const SiteCrane &crane = m_site.at(i);
+        const QByteArray state = craneStateDocument(readingOf(crane, m_course.poseAt(i, 0)));
+        if (i == 0) {
             m_clients.publishLocal(craneStateTopic, state);
             m_waiting.pause(linkPauseMs());
         } else {

@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 
 class SiteClients;
+class SiteCourse;
 class Waiting;
 
 /// Makes a site known to the crane's controller, as an integrator does it.
@@ -12,7 +13,7 @@ class Waiting;
 /// Device id and registration come first: only then does the controller listen to the site's
 /// broker. With all working sets at a jib length of 999 m, each neighbour is calibrated in turn:
 /// the own crane's state with its jib towards the neighbour, then two reports of the neighbour.
-/// At last come the working sets with the real lengths.
+/// At last come the working sets with the real lengths, and all cranes where their course begins.
 ///
 /// The two brokers race, so there is a pause wherever the order across them matters, and the
 /// controller's reports are looked at: what they do not show is repeated with longer pauses. A
@@ -22,7 +23,8 @@ class Commissioning
 {
 public:
     /// Gives up after \a patienceMs without any progress. All references must outlive this.
-    Commissioning(const Site &site, SiteClients &clients, Waiting &waiting, qint64 patienceMs);
+    Commissioning(const Site &site, SiteCourse &course, SiteClients &clients, Waiting &waiting,
+                  qint64 patienceMs);
 
     /// Does it all. False when it gave up or was stopped.
     bool run();
@@ -44,6 +46,7 @@ private:
     qint64 answerMs() const { return 1000 * m_attempt + 25 * m_site.size(); }
 
     const Site &m_site;
+    SiteCourse &m_course;
     SiteClients &m_clients;
     Waiting &m_waiting;
     const qint64 m_patienceMs;

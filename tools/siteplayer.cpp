@@ -2,6 +2,7 @@
 
 #include "radioneighbour.h"
 #include "siteclients.h"
+#include "sitecourse.h"
 #include "sitedocuments.h"
 #include "waiting.h"
 
@@ -18,14 +19,11 @@ constexpr double largestDelayMs = 1000;   // beyond it the site falls behind, ra
 constexpr int messagesAtOnce = 50;        // then the event loop has a turn
 } // namespace
 
-SitePlayer::SitePlayer(const Site &site, const PlayOptions &options, SiteClients &clients,
-                       Waiting &waiting, RadioNeighbour *radio)
-    : m_site(site), m_options(options), m_clients(clients), m_waiting(waiting), m_radio(radio)
+SitePlayer::SitePlayer(const Site &site, SiteCourse &course, const PlayOptions &options,
+                       SiteClients &clients, Waiting &waiting, RadioNeighbour *radio)
+    : m_site(site), m_course(course), m_options(options), m_clients(clients), m_waiting(waiting),
+      m_radio(radio)
 {
-    for (const SiteCrane &crane : site)
-        m_motions.emplace_back(crane);
-    // The controller counts its seconds of silence by the clock, however fast the site runs.
-    m_silence.length = options.silenceOnTheClock * std::max(1.0, options.speed);
 }
 
 void SitePlayer::run()
@@ -68,8 +66,7 @@ void SitePlayer::introduce(double seconds)
 void SitePlayer::report(int index, double seconds)
 {
     const SiteCrane &crane = m_site.at(index);
-    CraneMotion &motion = m_motions.at(static_cast<std::size_t>(index));
-    const CraneReading reading = readingOf(crane, motion.poseAt(seconds));
+    const CraneReading reading = readingOf(crane, m_course.poseAt(index, seconds));
     if (index == 0)
         m_clients.publishLocal(craneStateTopic, craneStateDocument(reading));
     else if (index == silentCrane && m_isSilent)
@@ -82,7 +79,7 @@ void SitePlayer::report(int index, double seconds)
 
 void SitePlayer::followSilence(double seconds)
 {
-    const bool isSilent = m_silence.isSilentAt(seconds);
+    const bool isSilent = m_course.isSilentAt(seconds);
     if (isSilent == m_isSilent)
         return;
     m_isSilent = isSilent;

@@ -1,6 +1,7 @@
 // Plays a site of tower cranes on two MQTT brokers: for the own crane the board's other programs,
 // for each neighbour the unit that reports it.
 
+#include "calmcourse.h"
 #include "commissioning.h"
 #include "radioneighbour.h"
 #include "radiotalk.h"
@@ -13,6 +14,7 @@
 #include <QSocketNotifier>
 #include <QTextStream>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <initializer_list>
@@ -31,6 +33,8 @@ struct Options {
     quint16 localPort = 0;
     quint16 cloudPort = 0;
     double waitSeconds = 0;
+    double silenceOnTheClock = 0; // seconds by the clock
+    bool isCalm = false;
     QString radioLink; // empty: nobody speaks by radio
 };
 
@@ -117,6 +121,13 @@ Options parseOptions(const QCoreApplication &application)
             "controller opens, /dev/ttyUSB0, where nothing real can have it."),
         QStringLiteral("device"));
     parser.addOption(radio);
+    const QCommandLineOption calm(
+        QStringLiteral("calm"),
+        QStringLiteral(
+            "One case at a time: one neighbour after another comes near the own crane, raises "
+            "the zone alarm, or a rope's or the jibs' with it, and leaves; all others rest, and "
+            "2# is silent between two of them only."));
+    parser.addOption(calm);
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Shows this and ends."));
     parser.addOption(help);
@@ -137,6 +148,7 @@ Options parseOptions(const QCoreApplication &application)
         refuse(QStringLiteral("\"%1\" is no option").arg(parser.positionalArguments().first()));
 
     Options options;
+    options.isCalm = parser.isSet(calm);
     options.radioLink = parser.value(radio);
     options.cranes = static_cast<int>(number(parser, cranesOption));
     options.seed = static_cast<quint32>(number(parser, seedOption));
@@ -146,7 +158,7 @@ Options parseOptions(const QCoreApplication &application)
     options.play.rate = number(parser, rateOption);
     options.play.speed = number(parser, speedOption);
     options.play.seconds = number(parser, secondsOption);
-    options.play.silenceOnTheClock = number(parser, silenceOption);
+    options.silenceOnTheClock = number(parser, silenceOption);
     return options;
 }
 
@@ -184,10 +196,22 @@ std::unique_ptr<RadioNeighbour> joinByRadio(Site *site, const QString &link)
     return std::make_unique<RadioNeighbour>(crane, craneNumber, link);
 }
 
+/// How the cranes of \a site move; a calm course wants a calm site.
+std::unique_ptr<SiteCourse> courseOf(const Site &site, const Options &options)
+{
+    // The controller counts its seconds of silence by the clock, however fast the site runs.
+    const double silence = options.silenceOnTheClock * std::max(1.0, options.play.speed);
+    if (options.isCalm)
+        return std::make_unique<CalmCourse>(site, silence);
+    return std::make_unique<BusyCourse>(site, silence);
+}
+
 /// The whole play. False when it could not begin.
 bool play(const Options &options, SiteClients &clients, Waiting &waiting)
 {
     Site site = buildSite(options.cranes, options.seed);
+    if (options.isCalm)
+        site = calmSite(site);
     std::unique_ptr<RadioNeighbour> radio;
     if (!options.radioLink.isEmpty()) {
         radio = joinByRadio(&site, options.radioLink);
@@ -199,10 +223,11 @@ bool play(const Options &options, SiteClients &clients, Waiting &waiting)
     const auto patienceMs = static_cast<qint64>(options.waitSeconds * 1000);
     if (!reachBrokers(clients, waiting, patienceMs))
         return false;
-    if (!Commissioning(site, clients, waiting, patienceMs).run())
+    const std::unique_ptr<SiteCourse> course = courseOf(site, options);
+    if (!Commissioning(site, *course, clients, waiting, patienceMs).run())
         return false;
     clients.stopWatching();
-    SitePlayer(site, options.play, clients, waiting, radio.get()).run();
+    SitePlayer(site, *course, options.play, clients, waiting, radio.get()).run();
     return true;
 }
 
