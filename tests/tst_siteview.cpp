@@ -8,7 +8,7 @@ Q_DECLARE_METATYPE(AlarmText::Kind)
 namespace
 {
 
-const QTime noon(12, 0, 0);
+const QDateTime noon(QDate(2026, 5, 4), QTime(12, 0));
 const QString attributeTopic = QStringLiteral("Local/Vicinity/Attribute/TEXT");
 const QString attitudeTopic = QStringLiteral("Local/Vicinity/Attitude/TEXT");
 const QString statusTopic = QStringLiteral("Local/Vicinity/Status/TEXT");
@@ -36,6 +36,16 @@ QByteArray attitudeDocument(const QString &duid, const QString &label)
     return QStringLiteral(R"({"self":{"label":"1","slewing":12.5,"luffing":20,"hoisting":30.25},
         "neighbours":[{"duid":"%1","label":"%2","slewing":-150,"luffing":24.5,"hoisting":7}]})")
         .arg(duid, label)
+        .toUtf8();
+}
+
+QByteArray attributeDocument(double ownJib, double jibOf2)
+{
+    return QStringLiteral(R"({"self":{"duid":"D1","label":"1","armlenth":%1},
+        "neighbours":[{"duid":"D2","label":"2","armlenth":%2},
+                      {"duid":"D3","label":"3","armlenth":45}]})")
+        .arg(ownJib)
+        .arg(jibOf2)
         .toUtf8();
 }
 
@@ -79,6 +89,7 @@ private Q_SLOTS:
     void alarmTextsAreTakenApart();
     void cranesStandInTheTableAsReported();
     void alarmsStayInTheRowUntilCleared();
+    void alarmsOfACalibrationCountIfTheyOutlastIt();
     void eachAlarmAndEachChangeOfPresenceIsOneLine();
     void unusableDocumentsChangeNothing_data();
     void unusableDocumentsChangeNothing();
@@ -198,6 +209,38 @@ void TestSiteView::alarmsStayInTheRowUntilCleared()
     QVERIFY(!rowOf(view, QStringLiteral("2")).contains(QStringLiteral("zone")));
     QCOMPARE(view.status(), QStringLiteral("neighbours: 2, online: 0; alarms active: 1, raised: 3, "
                                            "cleared: 1"));
+}
+
+void TestSiteView::alarmsOfACalibrationCountIfTheyOutlastIt()
+{
+    SiteView view;
+    const QString topic = QStringLiteral("Local/Alarm");
+    const QString zoneOf3 = QStringLiteral("回转距离进人3塔机\n回转区还有8.50米");
+    const QString calibration = QStringLiteral("calibration: jibs count as 999 m");
+    const auto figures = [&view] { return view.status().section(QLatin1Char(';'), -1); };
+
+    QVERIFY(
+        view.take(attributeTopic, attributeDocument(999, 999), noon).first().contains(calibration));
+    QVERIFY(textOf(view.table(100, 30)).contains(calibration));
+    for (const QString &detail : {zoneOf2, jibToRopeOf2, zoneOf3})
+        QCOMPARE(view.take(topic, alarmDocument(detail, true), noon), QStringList());
+    QCOMPARE(view.take(topic, alarmDocument(zoneOf3, false), noon), QStringList());
+    // The pair of 3 is over with the own jib's real length, that of 2 is not.
+    view.take(attributeTopic, attributeDocument(45, 999), noon);
+    QCOMPARE(view.take(topic, alarmDocument(zoneOf3, true), noon).size(), 1);
+    QVERIFY(view.status().contains(calibration));
+
+    const QDateTime over = noon.addSecs(100);
+    QCOMPARE(view.take(attributeTopic, attributeDocument(45, 45), over),
+             QStringList(QStringLiteral("12:01:40 calibration is over")));
+    QCOMPARE(view.take(topic, alarmDocument(zoneOf2, false), over), QStringList());
+    QCOMPARE(view.pass(over.addMSecs(1999)), QStringList());
+    QCOMPARE(figures(), QStringLiteral(" alarms active: 1, raised: 1, cleared: 0"));
+    QVERIFY(view.pass(over.addSecs(2))
+                .first()
+                .startsWith(QStringLiteral("12:01:42 RAISED  jib/rope of 2")));
+    view.take(topic, alarmDocument(jibToRopeOf2, false), over.addSecs(3));
+    QCOMPARE(figures(), QStringLiteral(" alarms active: 1, raised: 2, cleared: 1"));
 }
 
 void TestSiteView::eachAlarmAndEachChangeOfPresenceIsOneLine()

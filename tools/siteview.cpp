@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 namespace
 {
@@ -16,10 +17,15 @@ constexpr int shownEvents = 10;
 constexpr int labelColumns = 14;
 constexpr int numberColumns = 9;
 constexpr int stateColumns = 8;
+constexpr double calibrationArmLength = 999; // metres, and more
+constexpr qint64 settlingMs = 2000; // from the end of calibration to the last of its clears
+
+const QString calibrationText =
+    QStringLiteral("calibration: jibs count as 999 m, their alarms are not counted");
 
 using Tone = ViewLine::Tone;
 
-QString timeText(const QTime &time)
+QString timeText(const QDateTime &time)
 {
     return time.toString(QStringLiteral("HH:mm:ss"));
 }
@@ -60,6 +66,12 @@ void takeIdentity(const QJsonObject &entry, CraneRow *row)
     row->label = entry.value(QLatin1String("label")).toString(row->label);
 }
 
+void takeDataSheet(const QJsonObject &entry, CraneRow *row)
+{
+    takeIdentity(entry, row);
+    row->armLength = entry.value(QLatin1String("armlenth")).toDouble(qQNaN());
+}
+
 // The entries under "neighbours" that say which crane they are about.
 QVector<QJsonObject> neighbourEntries(const QJsonObject &document)
 {
@@ -84,9 +96,21 @@ QString headingText()
 
 } // namespace
 
-QStringList SiteView::take(const QString &topic, const QByteArray &payload, const QTime &now)
+QStringList SiteView::take(const QString &topic, const QByteArray &payload, const QDateTime &now)
 {
-    const QJsonObject document = QJsonDocument::fromJson(payload).object();
+    const bool wasCalibrating = isCalibrating();
+    const QStringList passed = pass(now); // by the state of things so far
+    const QStringList taken = takeDocument(topic, QJsonDocument::fromJson(payload).object(), now);
+    QStringList change;
+    if (isCalibrating() != wasCalibrating)
+        change.append(timeText(now) + QLatin1Char(' ') +
+                      (wasCalibrating ? QStringLiteral("calibration is over") : calibrationText));
+    return passed + change + taken;
+}
+
+QStringList SiteView::takeDocument(const QString &topic, const QJsonObject &document,
+                                   const QDateTime &now)
+{
     if (topic == QLatin1String("Local/Alarm"))
         return takeAlarms(document, now);
     if (topic == QLatin1String("Local/Vicinity/Status/TEXT"))
@@ -98,7 +122,25 @@ QStringList SiteView::take(const QString &topic, const QByteArray &payload, cons
     return {};
 }
 
-QStringList SiteView::takeAlarms(const QJsonObject &document, const QTime &now)
+QStringList SiteView::pass(const QDateTime &now)
+{
+    QStringList lines;
+    for (QVector<ActiveAlarm> &alarms : m_active) {
+        for (ActiveAlarm &alarm : alarms) {
+            if (alarm.heldUntil.isNull())
+                continue;
+            if (isCalibrating(alarm.text.neighbour)) {
+                alarm.heldUntil = now.addMSecs(settlingMs);
+            } else if (now >= alarm.heldUntil) {
+                alarm.heldUntil = QDateTime();
+                lines.append(count(alarm, true, now));
+            }
+        }
+    }
+    return lines;
+}
+
+QStringList SiteView::takeAlarms(const QJsonObject &document, const QDateTime &now)
 {
     QStringList lines;
     const QJsonArray entries = document.value(QLatin1String("alarm")).toArray();
@@ -106,32 +148,41 @@ QStringList SiteView::takeAlarms(const QJsonObject &document, const QTime &now)
         const QJsonObject entry = value.toObject();
         if (entry.value(QLatin1String("detail")).isString() &&
             entry.value(QLatin1String("triggered")).isBool())
-            lines.append(takeAlarm(entry, now));
+            lines += takeAlarm(entry, now);
     }
     return lines;
 }
 
-QString SiteView::takeAlarm(const QJsonObject &entry, const QTime &now)
+QStringList SiteView::takeAlarm(const QJsonObject &entry, const QDateTime &now)
 {
     const QString detail = entry.value(QLatin1String("detail")).toString();
     const bool isRaised = entry.value(QLatin1String("triggered")).toBool();
-    const AlarmText text = parseAlarmText(detail);
+    ActiveAlarm alarm{detail, parseAlarmText(detail), QDateTime()};
+    bool isHeld = isCalibrating(alarm.text.neighbour);
 
-    QVector<ActiveAlarm> &active = m_active[text.neighbour];
-    active.erase(std::remove_if(active.begin(), active.end(),
-                                [&](const ActiveAlarm &alarm) { return alarm.detail == detail; }),
-                 active.end());
+    QVector<ActiveAlarm> &active = m_active[alarm.text.neighbour];
+    const auto known = std::find_if(active.begin(), active.end(),
+                                    [&](const ActiveAlarm &one) { return one.detail == detail; });
+    if (known != active.end()) {
+        isHeld = isRaised ? isHeld : !known->heldUntil.isNull(); // its end counts as its begin did
+        active.erase(known);
+    }
+    if (isHeld)
+        alarm.heldUntil = now.addMSecs(settlingMs);
     if (isRaised)
-        active.append({detail, text});
-    ++(isRaised ? m_raised : m_cleared);
+        active.append(alarm);
+    return isHeld ? QStringList() : QStringList(count(alarm, isRaised, now));
+}
 
-    const QString gloss =
-        text.kind == AlarmText::Kind::Unknown
-            ? QStringLiteral("level %1").arg(entry.value(QLatin1String("level")).toInt())
-            : text.gloss + QStringLiteral(" of ") + text.neighbour;
+QString SiteView::count(const ActiveAlarm &alarm, bool isRaised, const QDateTime &now)
+{
+    ++(isRaised ? m_raised : m_cleared);
+    const QString gloss = alarm.text.kind == AlarmText::Kind::Unknown
+                              ? QStringLiteral("unknown")
+                              : alarm.text.gloss + QStringLiteral(" of ") + alarm.text.neighbour;
     const QString line = timeText(now) + QLatin1Char(' ') +
                          (isRaised ? QStringLiteral("RAISED  ") : QStringLiteral("cleared ")) +
-                         fitted(gloss, 22) + QLatin1Char(' ') + printable(detail.trimmed());
+                         fitted(gloss, 22) + QLatin1Char(' ') + printable(alarm.detail.trimmed());
     m_events.append({line, isRaised});
     if (m_events.size() > keptEvents)
         m_events.removeFirst();
@@ -140,9 +191,9 @@ QString SiteView::takeAlarm(const QJsonObject &entry, const QTime &now)
 
 void SiteView::takeAttribute(const QJsonObject &document)
 {
-    takeIdentity(document.value(QLatin1String("self")).toObject(), &m_own);
+    takeDataSheet(document.value(QLatin1String("self")).toObject(), &m_own);
     for (const QJsonObject &entry : neighbourEntries(document))
-        takeIdentity(entry, &neighbour(entry.value(QLatin1String("duid")).toString()));
+        takeDataSheet(entry, &neighbour(entry.value(QLatin1String("duid")).toString()));
 }
 
 void SiteView::takeAttitude(const QJsonObject &document)
@@ -159,7 +210,7 @@ void SiteView::takeAttitude(const QJsonObject &document)
     }
 }
 
-QStringList SiteView::takeStatus(const QJsonObject &document, const QTime &now)
+QStringList SiteView::takeStatus(const QJsonObject &document, const QDateTime &now)
 {
     QStringList lines;
     for (const QJsonObject &entry : neighbourEntries(document)) {
@@ -186,11 +237,28 @@ CraneRow &SiteView::neighbour(const QString &duid)
     return m_neighbours.last();
 }
 
+bool SiteView::isCalibrating() const
+{
+    return m_own.armLength >= calibrationArmLength ||
+           std::any_of(m_neighbours.begin(), m_neighbours.end(),
+                       [](const CraneRow &row) { return row.armLength >= calibrationArmLength; });
+}
+
+bool SiteView::isCalibrating(const QString &label) const
+{
+    return m_own.armLength >= calibrationArmLength ||
+           std::any_of(m_neighbours.begin(), m_neighbours.end(), [&](const CraneRow &row) {
+               return row.label == label && row.armLength >= calibrationArmLength;
+           });
+}
+
 QVector<ViewLine> SiteView::table(int columns, int lines, const QStringList &notes) const
 {
     QVector<ViewLine> result{
-        {QStringLiteral(" Crane ") + nameOf(m_own) + QStringLiteral(": ") + status(),
+        {QStringLiteral(" Crane ") + nameOf(m_own) + QStringLiteral(": ") + figures(),
          Tone::Heading}};
+    if (isCalibrating())
+        result.append({QLatin1Char(' ') + calibrationText, Tone::Heading});
     for (const QString &note : notes)
         result.append({QLatin1Char(' ') + note, Tone::Faint});
     result.append({QString()});
@@ -264,20 +332,29 @@ QString SiteView::alarmsOf(const CraneRow &row) const
 {
     QStringList texts;
     const QVector<ActiveAlarm> active = m_active.value(row.label);
-    for (const ActiveAlarm &alarm : active)
-        texts.append(alarm.text.gloss + QLatin1Char(' ') + alarm.text.metres);
+    for (const ActiveAlarm &alarm : active) {
+        if (alarm.heldUntil.isNull())
+            texts.append(alarm.text.gloss + QLatin1Char(' ') + alarm.text.metres);
+    }
     return texts.join(QStringLiteral(", "));
 }
 
 QString SiteView::status() const
 {
+    return isCalibrating() ? calibrationText + QStringLiteral("; ") + figures() : figures();
+}
+
+QString SiteView::figures() const
+{
     const auto online =
         std::count_if(m_neighbours.begin(), m_neighbours.end(), [](const CraneRow &row) {
             return row.presence == CraneRow::Presence::Online;
         });
-    int active = 0;
-    for (const QVector<ActiveAlarm> &alarms : m_active)
-        active += alarms.size();
+    std::ptrdiff_t active = 0;
+    for (const QVector<ActiveAlarm> &alarms : m_active) {
+        active += std::count_if(alarms.begin(), alarms.end(),
+                                [](const ActiveAlarm &alarm) { return alarm.heldUntil.isNull(); });
+    }
     return QStringLiteral("neighbours: %1, online: %2; alarms active: %3, raised: %4, cleared: %5")
         .arg(m_neighbours.size())
         .arg(online)

@@ -3,11 +3,11 @@
 
 #include "alarmtext.h"
 
+#include <QDateTime>
 #include <QHash>
 #include <QJsonObject>
 #include <QString>
 #include <QStringList>
-#include <QTime>
 #include <QVector>
 
 /// One crane as a display on the board knows it. Not a number: not reported yet.
@@ -20,6 +20,7 @@ struct CraneRow {
     double luffing;  // metres from the slewing axis to the trolley
     double hoisting; // metres of rope paid out
     Presence presence = Presence::Unknown;
+    double armLength = qQNaN(); // metres of jib
 };
 
 /// One line of the table, printable, and how it stands out.
@@ -33,18 +34,27 @@ struct ViewLine {
 /// What the board is told about the site, collected from the alarm document and the three vicinity
 /// reports, and drawn as lines of text.
 ///
-/// A value without a clock, a terminal or a connection: the time comes in with each message. Takes
+/// A value without a clock, a terminal or a connection: the time comes in with each call. Takes
 /// any payload; what is no document of the topic changes nothing. All texts that come out are
 /// printable, whatever names came in.
 ///
 /// An alarm names its neighbour by field number alone, so neighbours of one field number share
 /// their alarms here. An alarm that was raised before the first message taken is not known.
+///
+/// A pair of cranes is in calibration while the vicinity report says 999 m and more of the own jib
+/// or of the neighbour's. That is named as such, and an alarm raised meanwhile is neither listed
+/// nor counted, and neither is its end. One that outlasts the calibration by 2 s, in which the
+/// controller clears what the real lengths end, is listed and counted as raised then.
 class SiteView
 {
 public:
     /// Takes one message of the board's bus, received at \a now. The result has one line for each
-    /// alarm raised or cleared and for each neighbour that went online or offline.
-    QStringList take(const QString &topic, const QByteArray &payload, const QTime &now);
+    /// alarm raised or cleared, for each neighbour that went online or offline, and for the begin
+    /// and the end of calibration; those that pass() would have had come first.
+    QStringList take(const QString &topic, const QByteArray &payload, const QDateTime &now);
+
+    /// Lets the time go on to \a now; a line for each alarm that has outlasted the calibration.
+    QStringList pass(const QDateTime &now);
 
     /// The table, at most \a columns wide and \a lines high, with \a notes under its title. Where
     /// the neighbours do not all fit, those with alarms come first and the rest is counted.
@@ -60,24 +70,31 @@ private:
     struct ActiveAlarm {
         QString detail; // what the clear will name
         AlarmText text;
+        QDateTime heldUntil; // not shown before, being one of the calibration; null: shown
     };
     struct Event {
         QString text;
         bool isRaised;
     };
 
-    QStringList takeAlarms(const QJsonObject &document, const QTime &now);
-    QString takeAlarm(const QJsonObject &entry, const QTime &now);
+    QStringList takeDocument(const QString &topic, const QJsonObject &document,
+                             const QDateTime &now);
+    QStringList takeAlarms(const QJsonObject &document, const QDateTime &now);
+    QStringList takeAlarm(const QJsonObject &entry, const QDateTime &now);
+    QString count(const ActiveAlarm &alarm, bool isRaised, const QDateTime &now);
     void takeAttribute(const QJsonObject &document);
     void takeAttitude(const QJsonObject &document);
-    QStringList takeStatus(const QJsonObject &document, const QTime &now);
+    QStringList takeStatus(const QJsonObject &document, const QDateTime &now);
     CraneRow &neighbour(const QString &duid);
+    bool isCalibrating() const;
+    bool isCalibrating(const QString &label) const;
 
     QVector<ViewLine> neighbourLines(int lines) const;
     ViewLine neighbourLine(const CraneRow &row) const;
     QVector<ViewLine> eventLines(int lines) const;
     QString rowText(const CraneRow &row, const QString &state) const;
     QString alarmsOf(const CraneRow &row) const;
+    QString figures() const;
 
     CraneRow m_own{QString(), QString(), qQNaN(), qQNaN(), qQNaN()};
     QVector<CraneRow> m_neighbours;                // in the order in which they were first reported

@@ -104,6 +104,7 @@ private:
     void subscribe();
     void takeMessage(const QMQTT::Message &message);
     void takeAttitude();
+    void writeLines(const QStringList &lines) const;
     void setLink(const QString &state);
     void followRadio();
     void redraw();
@@ -185,7 +186,11 @@ void SiteWatch::takeMessage(const QMQTT::Message &message)
         return;
     }
     takeAttitude(); // in the order of arrival: it may be the first to name a neighbour
-    const QStringList lines = m_view.take(message.topic(), message.payload(), QTime::currentTime());
+    writeLines(m_view.take(message.topic(), message.payload(), QDateTime::currentDateTime()));
+}
+
+void SiteWatch::writeLines(const QStringList &lines) const
+{
     if (m_screen)
         return;
     for (const QString &line : lines)
@@ -195,7 +200,7 @@ void SiteWatch::takeMessage(const QMQTT::Message &message)
 void SiteWatch::takeAttitude()
 {
     if (!m_attitude.isEmpty())
-        m_view.take(attitudeTopic, m_attitude, QTime::currentTime());
+        writeLines(m_view.take(attitudeTopic, m_attitude, QDateTime::currentDateTime()));
     m_attitude.clear();
 }
 
@@ -205,7 +210,7 @@ void SiteWatch::setLink(const QString &state)
         return;
     m_link = state;
     if (!m_screen)
-        writeLine(QTime::currentTime().toString(QStringLiteral("HH:mm:ss ")) + state);
+        writeLine(QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss ")) + state);
 }
 
 void SiteWatch::followRadio()
@@ -215,19 +220,21 @@ void SiteWatch::followRadio()
         return;
     m_radio = line;
     if (!m_screen)
-        writeLine(QTime::currentTime().toString(QStringLiteral("HH:mm:ss ")) + line);
+        writeLine(QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss ")) + line);
 }
 
 void SiteWatch::redraw()
 {
     takeAttitude();
+    writeLines(m_view.pass(QDateTime::currentDateTime()));
     followRadio();
     if (!m_screen) {
-        writeLine(QTime::currentTime().toString(QStringLiteral("HH:mm:ss ")) + m_view.status());
+        writeLine(QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss ")) +
+                  m_view.status());
         return;
     }
     const QSize size = Screen::size();
-    const QString clock = QTime::currentTime().toString(QStringLiteral("HH:mm:ss, "));
+    const QString clock = QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss, "));
     Screen::draw(m_view.table(size.width(), size.height(), QStringList(clock + m_link) + notes()));
 }
 
