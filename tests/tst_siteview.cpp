@@ -15,11 +15,11 @@ const QString statusTopic = QStringLiteral("Local/Vicinity/Status/TEXT");
 const QString zoneOf2 = QStringLiteral("回转距离进人2塔机\n回转区还有8.50米");
 const QString jibToRopeOf2 = QStringLiteral("\n大臂到2塔吊吊绳\n4.20米");
 
-QByteArray alarmDocument(const QString &detail, bool isTriggered)
+QByteArray alarmDocument(const QString &detail, bool isTriggered, int level = 15)
 {
     const QJsonObject entry{{QStringLiteral("detail"), detail},
                             {QStringLiteral("kind"), QStringLiteral("threshold")},
-                            {QStringLiteral("level"), 15},
+                            {QStringLiteral("level"), level},
                             {QStringLiteral("triggered"), isTriggered}};
     return QJsonDocument(QJsonObject{{QStringLiteral("alarm"), QJsonArray{entry}}}).toJson();
 }
@@ -70,7 +70,7 @@ QString textOf(const QVector<ViewLine> &lines)
 // The row of a crane in the table: its first line that begins with the crane's label.
 QString rowOf(const SiteView &view, const QString &label)
 {
-    for (const ViewLine &line : view.table(100, 40)) {
+    for (const ViewLine &line : view.table(noon, 100, 40)) {
         if (line.text.startsWith(QLatin1Char(' ') + label + QLatin1Char(' ')))
             return line.text.trimmed();
     }
@@ -91,6 +91,7 @@ private Q_SLOTS:
     void alarmsStayInTheRowUntilCleared();
     void alarmsOfACalibrationCountIfTheyOutlastIt();
     void eachAlarmAndEachChangeOfPresenceIsOneLine();
+    void whatIsOldSaysSo();
     void unusableDocumentsChangeNothing_data();
     void unusableDocumentsChangeNothing();
     void tableFitsTheTerminal_data();
@@ -186,10 +187,11 @@ void TestSiteView::cranesStandInTheTableAsReported()
     view.take(attributeTopic, attribute, noon);
 
     QCOMPARE(rowOf(view, QStringLiteral("1")).simplified(),
-             QStringLiteral("1 12.50 20.00 30.25 own"));
+             QStringLiteral("1 12.50 20.00 30.25 own 0 s"));
     QCOMPARE(rowOf(view, QStringLiteral("2")).simplified(),
-             QStringLiteral("2 -150.00 24.50 7.00 OFFLINE"));
-    QCOMPARE(rowOf(view, QStringLiteral("三号")).simplified(), QStringLiteral("三号 - - - online"));
+             QStringLiteral("2 -150.00 24.50 7.00 OFFLINE 0 s"));
+    QCOMPARE(rowOf(view, QStringLiteral("三号")).simplified(),
+             QStringLiteral("三号 - - - online -"));
     QVERIFY(view.summary().contains(QStringLiteral("neighbours seen: 2")));
 }
 
@@ -199,16 +201,18 @@ void TestSiteView::alarmsStayInTheRowUntilCleared()
     const QString topic = QStringLiteral("Local/Alarm");
 
     view.take(topic, alarmDocument(zoneOf2, true), noon);
-    view.take(topic, alarmDocument(jibToRopeOf2, true), noon);
-    QVERIFY(rowOf(view, QStringLiteral("2")).endsWith(QStringLiteral("zone 8.50, jib/rope 4.20")));
-    QVERIFY(rowOf(view, QStringLiteral("3")).endsWith(QStringLiteral("?")));
+    view.take(topic, alarmDocument(jibToRopeOf2, true, 25), noon);
+    QVERIFY(rowOf(view, QStringLiteral("2"))
+                .endsWith(QStringLiteral(" 15 zone 8.50, 25 jib/rope 4.20")));
+    QVERIFY(!rowOf(view, QStringLiteral("3")).contains(QStringLiteral("8.50")));
 
     view.take(topic, alarmDocument(zoneOf2, true), noon); // raised anew after a restart: still one
     view.take(topic, alarmDocument(zoneOf2, false), noon);
-    QVERIFY(rowOf(view, QStringLiteral("2")).endsWith(QStringLiteral(" jib/rope 4.20")));
+    QVERIFY(rowOf(view, QStringLiteral("2")).endsWith(QStringLiteral(" 25 jib/rope 4.20")));
     QVERIFY(!rowOf(view, QStringLiteral("2")).contains(QStringLiteral("zone")));
-    QCOMPARE(view.status(), QStringLiteral("neighbours: 2, online: 0; alarms active: 1, raised: 3, "
-                                           "cleared: 1"));
+    QCOMPARE(view.status(noon),
+             QStringLiteral("neighbours: 2, online: 0; alarms active: 1, raised: 3, "
+                            "cleared: 1"));
 }
 
 void TestSiteView::alarmsOfACalibrationCountIfTheyOutlastIt()
@@ -217,18 +221,18 @@ void TestSiteView::alarmsOfACalibrationCountIfTheyOutlastIt()
     const QString topic = QStringLiteral("Local/Alarm");
     const QString zoneOf3 = QStringLiteral("回转距离进人3塔机\n回转区还有8.50米");
     const QString calibration = QStringLiteral("calibration: jibs count as 999 m");
-    const auto figures = [&view] { return view.status().section(QLatin1Char(';'), -1); };
+    const auto figures = [&view] { return view.status(noon).section(QLatin1Char(';'), -1); };
 
     QVERIFY(
         view.take(attributeTopic, attributeDocument(999, 999), noon).first().contains(calibration));
-    QVERIFY(textOf(view.table(100, 30)).contains(calibration));
+    QVERIFY(textOf(view.table(noon, 100, 30)).contains(calibration));
     for (const QString &detail : {zoneOf2, jibToRopeOf2, zoneOf3})
         QCOMPARE(view.take(topic, alarmDocument(detail, true), noon), QStringList());
     QCOMPARE(view.take(topic, alarmDocument(zoneOf3, false), noon), QStringList());
     // The pair of 3 is over with the own jib's real length, that of 2 is not.
     view.take(attributeTopic, attributeDocument(45, 999), noon);
     QCOMPARE(view.take(topic, alarmDocument(zoneOf3, true), noon).size(), 1);
-    QVERIFY(view.status().contains(calibration));
+    QVERIFY(view.status(noon).contains(calibration));
 
     const QDateTime over = noon.addSecs(100);
     QCOMPARE(view.take(attributeTopic, attributeDocument(45, 45), over),
@@ -238,7 +242,7 @@ void TestSiteView::alarmsOfACalibrationCountIfTheyOutlastIt()
     QCOMPARE(figures(), QStringLiteral(" alarms active: 1, raised: 1, cleared: 0"));
     QVERIFY(view.pass(over.addSecs(2))
                 .first()
-                .startsWith(QStringLiteral("12:01:42 RAISED  jib/rope of 2")));
+                .startsWith(QStringLiteral("12:01:42 RAISED  15 jib/rope of 2")));
     view.take(topic, alarmDocument(jibToRopeOf2, false), over.addSecs(3));
     QCOMPARE(figures(), QStringLiteral(" alarms active: 1, raised: 2, cleared: 1"));
 }
@@ -248,12 +252,12 @@ void TestSiteView::eachAlarmAndEachChangeOfPresenceIsOneLine()
     SiteView view = siteWithNeighbours(1);
     const QString topic = QStringLiteral("Local/Alarm");
 
-    QCOMPARE(view.take(topic, alarmDocument(jibToRopeOf2, true), noon),
-             QStringList(
-                 QStringLiteral("12:00:00 RAISED  jib/rope of 2          大臂到2塔吊吊绳 4.20米")));
+    QCOMPARE(view.take(topic, alarmDocument(jibToRopeOf2, true, 25), noon),
+             QStringList(QStringLiteral(
+                 "12:00:00 RAISED  25 jib/rope of 2          大臂到2塔吊吊绳 4.20米")));
     QCOMPARE(view.take(topic, alarmDocument(zoneOf2, false), noon),
              QStringList(QStringLiteral(
-                 "12:00:00 cleared zone of 2              回转距离进人2塔机 回转区还有8.50米")));
+                 "12:00:00 cleared 15 zone of 2              回转距离进人2塔机 回转区还有8.50米")));
 
     const QString duid = QStringLiteral("D2");
     QCOMPARE(view.take(statusTopic, statusDocument(duid, "online"), noon),
@@ -261,6 +265,29 @@ void TestSiteView::eachAlarmAndEachChangeOfPresenceIsOneLine()
     QCOMPARE(view.take(statusTopic, statusDocument(duid, "online"), noon), QStringList());
     QCOMPARE(view.take(statusTopic, statusDocument(duid, "offline"), noon),
              QStringList(QStringLiteral("12:00:00 OFFLINE 2")));
+}
+
+void TestSiteView::whatIsOldSaysSo()
+{
+    SiteView view;
+    const auto tableAt = [&view](int second) {
+        return textOf(view.table(noon.addSecs(second), 100, 30)).simplified();
+    };
+    view.take(statusTopic, statusDocument(QStringLiteral("D2"), "online"), noon, true);
+    QVERIFY(tableAt(0).contains(QStringLiteral("no report yet")));
+    QVERIFY(tableAt(0).contains(QStringLiteral("D2 - - - online? -")));
+
+    const QByteArray report = attitudeDocument(QStringLiteral("D2"), QStringLiteral("2"));
+    view.take(attitudeTopic, report, noon.addSecs(1));
+    view.take(attitudeTopic, report, noon.addSecs(4)); // that of another crane's motion
+    QVERIFY(tableAt(13).contains(QStringLiteral("last report 9 s ago")));
+    QVERIFY(tableAt(13).contains(QStringLiteral("online 12 s")));
+    QVERIFY(tableAt(14).contains(QStringLiteral("no report for 10 s")));
+    QVERIFY(tableAt(14).contains(QStringLiteral("online? 13 s")));
+    QVERIFY(
+        view.status(noon.addSecs(130))
+            .startsWith(QStringLiteral("no report for 2 min: nothing moves, or the controller is "
+                                       "gone; neighbours: 1, online: 1?;")));
 }
 
 void TestSiteView::unusableDocumentsChangeNothing_data()
@@ -286,10 +313,10 @@ void TestSiteView::unusableDocumentsChangeNothing()
     QFETCH(QString, topic);
     QFETCH(QByteArray, payload);
     SiteView view = siteWithNeighbours(1);
-    const QString before = textOf(view.table(100, 30));
+    const QString before = textOf(view.table(noon, 100, 30));
 
     QCOMPARE(view.take(topic, payload, noon), QStringList());
-    QCOMPARE(textOf(view.table(100, 30)), before);
+    QCOMPARE(textOf(view.table(noon, 100, 30)), before);
 }
 
 void TestSiteView::tableFitsTheTerminal_data()
@@ -298,7 +325,6 @@ void TestSiteView::tableFitsTheTerminal_data()
     QTest::addColumn<int>("lines");
 
     QTest::newRow("usual") << 79 << 24;
-    QTest::newRow("large") << 240 << 80;
     QTest::newRow("narrow") << 20 << 24;
     QTest::newRow("low") << 79 << 7;
     QTest::newRow("one line") << 79 << 1;
@@ -313,7 +339,7 @@ void TestSiteView::tableFitsTheTerminal()
     for (int i = 0; i < 30; ++i)
         view.take(QStringLiteral("Local/Alarm"), alarmDocument(zoneOf2, i % 2 == 0), noon);
 
-    const QVector<ViewLine> table = view.table(columns, lines, {QStringLiteral("a note")});
+    const QVector<ViewLine> table = view.table(noon, columns, lines, {QStringLiteral("a note")});
 
     QCOMPARE(table.size(), lines); // so many neighbours fill any screen
     for (const ViewLine &line : table)
@@ -326,7 +352,7 @@ void TestSiteView::alarmedNeighboursAreNotTheOnesLeftOut()
     const QString detail = QStringLiteral("回转距离进人101塔机\n回转区还有9.00米");
     view.take(QStringLiteral("Local/Alarm"), alarmDocument(detail, true), noon);
 
-    const QString table = textOf(view.table(79, 24));
+    const QString table = textOf(view.table(noon, 79, 24));
 
     QVERIFY2(table.contains(QStringLiteral("\n 101 ")), qUtf8Printable(table));
     const int shown = table.count(QStringLiteral("-150.00"));
@@ -347,7 +373,7 @@ void TestSiteView::hostileNamesStayOnTheirLine()
 
     QStringList lines = view.take(QStringLiteral("Local/Alarm"), alarmDocument(detail, true), noon);
     lines += view.take(statusTopic, statusDocument(name, "online"), noon);
-    for (const ViewLine &line : view.table(120, 30, {name}))
+    for (const ViewLine &line : view.table(noon, 120, 30, {name}))
         lines.append(line.text);
 
     QVERIFY(lines.join(QChar()).contains(QStringLiteral("jib/jib 1.00"))); // known by that name

@@ -14,9 +14,11 @@ namespace
 
 constexpr int keptEvents = 100;
 constexpr int shownEvents = 10;
-constexpr int labelColumns = 14;
+constexpr int labelColumns = 10;
 constexpr int numberColumns = 9;
 constexpr int stateColumns = 8;
+constexpr int ageColumns = 7;
+constexpr qint64 oldAfterMs = 10000;         // since the controller spoke last
 constexpr double calibrationArmLength = 999; // metres, and more
 constexpr qint64 settlingMs = 2000; // from the end of calibration to the last of its clears
 
@@ -53,11 +55,39 @@ QString nameOf(const CraneRow &row)
     return row.label.isEmpty() ? row.duid : row.label;
 }
 
-void takeMotion(const QJsonObject &entry, CraneRow *row)
+bool isOfController(const QString &topic)
 {
-    row->slewing = entry.value(QLatin1String("slewing")).toDouble(qQNaN());
-    row->luffing = entry.value(QLatin1String("luffing")).toDouble(qQNaN());
-    row->hoisting = entry.value(QLatin1String("hoisting")).toDouble(qQNaN());
+    return topic == QLatin1String("Local/Alarm") ||
+           topic.startsWith(QLatin1String("Local/Vicinity/"));
+}
+
+// In the largest unit of which there are two, but for hours: "115 s", "2 min", "30 h".
+QString durationText(qint64 milliseconds)
+{
+    const qint64 seconds = std::max<qint64>(0, milliseconds / 1000); // a clock may be set back
+    if (seconds < 120)
+        return QStringLiteral("%1 s").arg(seconds);
+    if (seconds < 7200)
+        return QStringLiteral("%1 min").arg(seconds / 60);
+    return QStringLiteral("%1 h").arg(seconds / 3600);
+}
+
+// Stores a number, or "not a number" without one, and says whether it is another one than before.
+bool store(const QJsonObject &entry, QLatin1String key, double *number)
+{
+    const double value = entry.value(key).toDouble(qQNaN());
+    const bool isSame = value == *number || (std::isnan(value) && std::isnan(*number));
+    *number = value;
+    return !isSame;
+}
+
+void takeMotion(const QJsonObject &entry, const QDateTime &now, CraneRow *row)
+{
+    const bool hasSlewed = store(entry, QLatin1String("slewing"), &row->slewing);
+    const bool hasLuffed = store(entry, QLatin1String("luffing"), &row->luffing);
+    const bool hasHoisted = store(entry, QLatin1String("hoisting"), &row->hoisting);
+    if (hasSlewed || hasLuffed || hasHoisted)
+        row->changed = now;
 }
 
 void takeIdentity(const QJsonObject &entry, CraneRow *row)
@@ -91,16 +121,21 @@ QString headingText()
          {QStringLiteral("angle °"), QStringLiteral("trolley m"), QStringLiteral("rope m")})
         text += fittedRight(name, numberColumns) + QLatin1Char(' ');
     return text + QLatin1Char(' ') + fitted(QStringLiteral("state"), stateColumns) +
-           QStringLiteral(" alarms active (clearance in m when raised)");
+           QLatin1Char(' ') + fittedRight(QStringLiteral("changed"), ageColumns) +
+           QStringLiteral("  alarms active: level, parts, clearance in m when raised");
 }
 
 } // namespace
 
-QStringList SiteView::take(const QString &topic, const QByteArray &payload, const QDateTime &now)
+QStringList SiteView::take(const QString &topic, const QByteArray &payload, const QDateTime &now,
+                           bool isKept)
 {
     const bool wasCalibrating = isCalibrating();
     const QStringList passed = pass(now); // by the state of things so far
-    const QStringList taken = takeDocument(topic, QJsonDocument::fromJson(payload).object(), now);
+    const QJsonObject document = QJsonDocument::fromJson(payload).object();
+    if (isOfController(topic) && !document.isEmpty() && !isKept)
+        m_heard = now;
+    const QStringList taken = takeDocument(topic, document, now);
     QStringList change;
     if (isCalibrating() != wasCalibrating)
         change.append(timeText(now) + QLatin1Char(' ') +
@@ -118,7 +153,7 @@ QStringList SiteView::takeDocument(const QString &topic, const QJsonObject &docu
     if (topic == QLatin1String("Local/Vicinity/Attribute/TEXT"))
         takeAttribute(document);
     if (topic == QLatin1String("Local/Vicinity/Attitude/TEXT"))
-        takeAttitude(document);
+        takeAttitude(document, now);
     return {};
 }
 
@@ -157,7 +192,8 @@ QStringList SiteView::takeAlarm(const QJsonObject &entry, const QDateTime &now)
 {
     const QString detail = entry.value(QLatin1String("detail")).toString();
     const bool isRaised = entry.value(QLatin1String("triggered")).toBool();
-    ActiveAlarm alarm{detail, parseAlarmText(detail), QDateTime()};
+    ActiveAlarm alarm{detail, parseAlarmText(detail), entry.value(QLatin1String("level")).toInt(),
+                      QDateTime()};
     bool isHeld = isCalibrating(alarm.text.neighbour);
 
     QVector<ActiveAlarm> &active = m_active[alarm.text.neighbour];
@@ -182,6 +218,7 @@ QString SiteView::count(const ActiveAlarm &alarm, bool isRaised, const QDateTime
                               : alarm.text.gloss + QStringLiteral(" of ") + alarm.text.neighbour;
     const QString line = timeText(now) + QLatin1Char(' ') +
                          (isRaised ? QStringLiteral("RAISED  ") : QStringLiteral("cleared ")) +
+                         fitted(QString::number(alarm.level), 2) + QLatin1Char(' ') +
                          fitted(gloss, 22) + QLatin1Char(' ') + printable(alarm.detail.trimmed());
     m_events.append({line, isRaised});
     if (m_events.size() > keptEvents)
@@ -196,17 +233,17 @@ void SiteView::takeAttribute(const QJsonObject &document)
         takeDataSheet(entry, &neighbour(entry.value(QLatin1String("duid")).toString()));
 }
 
-void SiteView::takeAttitude(const QJsonObject &document)
+void SiteView::takeAttitude(const QJsonObject &document, const QDateTime &now)
 {
     const QJsonObject self = document.value(QLatin1String("self")).toObject();
     if (self.isEmpty())
         return;
     takeIdentity(self, &m_own);
-    takeMotion(self, &m_own);
+    takeMotion(self, now, &m_own);
     for (const QJsonObject &entry : neighbourEntries(document)) {
         CraneRow &row = neighbour(entry.value(QLatin1String("duid")).toString());
         takeIdentity(entry, &row);
-        takeMotion(entry, &row);
+        takeMotion(entry, now, &row);
     }
 }
 
@@ -233,7 +270,8 @@ CraneRow &SiteView::neighbour(const QString &duid)
     if (known != m_rowOfDuid.constEnd())
         return m_neighbours[known.value()];
     m_rowOfDuid.insert(duid, m_neighbours.size());
-    m_neighbours.append({duid, QString(), qQNaN(), qQNaN(), qQNaN()});
+    m_neighbours.append(CraneRow());
+    m_neighbours.last().duid = duid;
     return m_neighbours.last();
 }
 
@@ -252,22 +290,40 @@ bool SiteView::isCalibrating(const QString &label) const
            });
 }
 
-QVector<ViewLine> SiteView::table(int columns, int lines, const QStringList &notes) const
+bool SiteView::isOld(const QDateTime &now) const
+{
+    return m_heard.isNull() || m_heard.msecsTo(now) >= oldAfterMs;
+}
+
+QString SiteView::ageText(const QDateTime &now) const
+{
+    if (m_heard.isNull())
+        return QStringLiteral("no report yet");
+    const QString age = durationText(m_heard.msecsTo(now));
+    if (isOld(now))
+        return QStringLiteral("no report for %1: nothing moves, or the controller is gone")
+            .arg(age);
+    return QStringLiteral("last report %1 ago").arg(age);
+}
+
+QVector<ViewLine> SiteView::table(const QDateTime &now, int columns, int lines,
+                                  const QStringList &notes) const
 {
     QVector<ViewLine> result{
-        {QStringLiteral(" Crane ") + nameOf(m_own) + QStringLiteral(": ") + figures(),
-         Tone::Heading}};
+        {QStringLiteral(" Crane ") + nameOf(m_own) + QStringLiteral(": ") + figures(now),
+         Tone::Heading},
+        {QLatin1Char(' ') + ageText(now), isOld(now) ? Tone::Alarm : Tone::Faint}};
     if (isCalibrating())
         result.append({QLatin1Char(' ') + calibrationText, Tone::Heading});
     for (const QString &note : notes)
         result.append({QLatin1Char(' ') + note, Tone::Faint});
     result.append({QString()});
     result.append({headingText(), Tone::Heading});
-    result.append({rowText(m_own, QStringLiteral("own"))});
+    result.append({rowText(m_own, QStringLiteral("own"), now)});
 
     const int left = lines - result.size();
     const int events = std::min({shownEvents, m_events.size(), left / 3});
-    result += neighbourLines(left - events - 2);
+    result += neighbourLines(now, left - events - 2);
     result.append({QString()});
     result.append({QStringLiteral(" last alarms"), Tone::Heading});
     result += eventLines(std::min(shownEvents, lines - result.size()));
@@ -278,7 +334,7 @@ QVector<ViewLine> SiteView::table(int columns, int lines, const QStringList &not
     return result;
 }
 
-QVector<ViewLine> SiteView::neighbourLines(int lines) const
+QVector<ViewLine> SiteView::neighbourLines(const QDateTime &now, int lines) const
 {
     if (m_neighbours.isEmpty())
         return {{QStringLiteral(" waiting for the first report of a calibrated neighbour"),
@@ -295,19 +351,23 @@ QVector<ViewLine> SiteView::neighbourLines(int lines) const
     }
     QVector<ViewLine> result;
     for (const CraneRow *row : rows)
-        result.append(neighbourLine(*row));
+        result.append(neighbourLine(*row, now));
     if (hidden > 0)
         result.append({QStringLiteral(" and %1 more neighbours").arg(hidden), Tone::Faint});
     return result;
 }
 
-ViewLine SiteView::neighbourLine(const CraneRow &row) const
+ViewLine SiteView::neighbourLine(const CraneRow &row, const QDateTime &now) const
 {
     const QString alarms = alarmsOf(row);
-    Tone tone = row.presence == CraneRow::Presence::Offline ? Tone::Faint : Tone::Plain;
+    const bool isFaint = isOld(now) || row.presence == CraneRow::Presence::Offline;
+    Tone tone = isFaint ? Tone::Faint : Tone::Plain;
     if (!alarms.isEmpty())
         tone = Tone::Alarm;
-    return {rowText(row, presenceText(row.presence)) + alarms, tone};
+    QString state = presenceText(row.presence);
+    if (isOld(now) && row.presence != CraneRow::Presence::Unknown)
+        state += QLatin1Char('?');
+    return {rowText(row, state, now) + alarms, tone};
 }
 
 QVector<ViewLine> SiteView::eventLines(int lines) const
@@ -320,12 +380,15 @@ QVector<ViewLine> SiteView::eventLines(int lines) const
     return result;
 }
 
-QString SiteView::rowText(const CraneRow &row, const QString &state) const
+QString SiteView::rowText(const CraneRow &row, const QString &state, const QDateTime &now) const
 {
+    const QString age =
+        row.changed.isNull() ? QStringLiteral("-") : durationText(row.changed.msecsTo(now));
     QString text = QLatin1Char(' ') + fitted(nameOf(row), labelColumns);
     for (const double value : {row.slewing, row.luffing, row.hoisting})
         text += fittedRight(numberText(value), numberColumns) + QLatin1Char(' ');
-    return text + QLatin1Char(' ') + fitted(state, stateColumns) + QLatin1Char(' ');
+    return text + QLatin1Char(' ') + fitted(state, stateColumns) + QLatin1Char(' ') +
+           fittedRight(age, ageColumns) + QStringLiteral("  ");
 }
 
 QString SiteView::alarmsOf(const CraneRow &row) const
@@ -334,17 +397,24 @@ QString SiteView::alarmsOf(const CraneRow &row) const
     const QVector<ActiveAlarm> active = m_active.value(row.label);
     for (const ActiveAlarm &alarm : active) {
         if (alarm.heldUntil.isNull())
-            texts.append(alarm.text.gloss + QLatin1Char(' ') + alarm.text.metres);
+            texts.append(
+                QStringLiteral("%1 %2 %3")
+                    .arg(QString::number(alarm.level), alarm.text.gloss, alarm.text.metres));
     }
     return texts.join(QStringLiteral(", "));
 }
 
-QString SiteView::status() const
+QString SiteView::status(const QDateTime &now) const
 {
-    return isCalibrating() ? calibrationText + QStringLiteral("; ") + figures() : figures();
+    QStringList parts;
+    if (isOld(now))
+        parts.append(ageText(now));
+    if (isCalibrating())
+        parts.append(calibrationText);
+    return (parts << figures(now)).join(QStringLiteral("; "));
 }
 
-QString SiteView::figures() const
+QString SiteView::figures(const QDateTime &now) const
 {
     const auto online =
         std::count_if(m_neighbours.begin(), m_neighbours.end(), [](const CraneRow &row) {
@@ -355,9 +425,11 @@ QString SiteView::figures() const
         active += std::count_if(alarms.begin(), alarms.end(),
                                 [](const ActiveAlarm &alarm) { return alarm.heldUntil.isNull(); });
     }
-    return QStringLiteral("neighbours: %1, online: %2; alarms active: %3, raised: %4, cleared: %5")
+    return QStringLiteral(
+               "neighbours: %1, online: %2%3; alarms active: %4, raised: %5, cleared: %6")
         .arg(m_neighbours.size())
         .arg(online)
+        .arg(isOld(now) ? QStringLiteral("?") : QString())
         .arg(active)
         .arg(m_raised)
         .arg(m_cleared);

@@ -123,6 +123,7 @@ private:
     QString m_link; // how the connection stands, for people
     // The latest report of the cranes' motion. At many a second only one a redraw is looked at.
     QByteArray m_attitude;
+    QDateTime m_attitudeAt;
     std::unique_ptr<Screen> m_screen; // none: plain lines
 };
 
@@ -166,7 +167,8 @@ SiteWatch::~SiteWatch()
     if (m_screen) {
         const QSize size = Screen::size();
         m_screen.reset();
-        for (const ViewLine &line : m_view.table(size.width(), size.height() - 3, notes()))
+        for (const ViewLine &line :
+             m_view.table(QDateTime::currentDateTime(), size.width(), size.height() - 3, notes()))
             writeLine(line.text.trimmed());
     }
     writeLine(m_view.summary());
@@ -183,10 +185,12 @@ void SiteWatch::takeMessage(const QMQTT::Message &message)
 {
     if (message.topic() == attitudeTopic) {
         m_attitude = message.payload();
+        m_attitudeAt = QDateTime::currentDateTime();
         return;
     }
     takeAttitude(); // in the order of arrival: it may be the first to name a neighbour
-    writeLines(m_view.take(message.topic(), message.payload(), QDateTime::currentDateTime()));
+    writeLines(m_view.take(message.topic(), message.payload(), QDateTime::currentDateTime(),
+                           message.retain()));
 }
 
 void SiteWatch::writeLines(const QStringList &lines) const
@@ -200,7 +204,7 @@ void SiteWatch::writeLines(const QStringList &lines) const
 void SiteWatch::takeAttitude()
 {
     if (!m_attitude.isEmpty())
-        writeLines(m_view.take(attitudeTopic, m_attitude, QDateTime::currentDateTime()));
+        writeLines(m_view.take(attitudeTopic, m_attitude, m_attitudeAt));
     m_attitude.clear();
 }
 
@@ -226,16 +230,17 @@ void SiteWatch::followRadio()
 void SiteWatch::redraw()
 {
     takeAttitude();
-    writeLines(m_view.pass(QDateTime::currentDateTime()));
     followRadio();
+    const QDateTime now = QDateTime::currentDateTime();
+    writeLines(m_view.pass(now));
+    const QString clock = now.toString(QStringLiteral("HH:mm:ss "));
     if (!m_screen) {
-        writeLine(QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss ")) +
-                  m_view.status());
+        writeLine(clock + m_view.status(now));
         return;
     }
     const QSize size = Screen::size();
-    const QString clock = QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss, "));
-    Screen::draw(m_view.table(size.width(), size.height(), QStringList(clock + m_link) + notes()));
+    Screen::draw(
+        m_view.table(now, size.width(), size.height(), QStringList(clock + m_link) + notes()));
 }
 
 // A descriptor that becomes readable when the program is asked to end.
