@@ -11,6 +11,7 @@
 #include <QSize>
 #include <QSocketNotifier>
 #include <QTimer>
+#include <QUrl>
 
 #include <qmqtt.h>
 
@@ -25,9 +26,25 @@
 namespace
 {
 
-constexpr quint16 boardPort = 1883;
 constexpr int redrawIntervalMs = 250;
 constexpr int statusIntervalMs = 5000;
+
+struct Broker {
+    QHostAddress address; // null: none
+    quint16 port = 0;
+    QString name; // as it was given
+};
+
+/// The broker that \a text names, "127.0.0.1:1883" or without the port.
+Broker brokerAt(const QString &text)
+{
+    constexpr int usualPort = 1883;
+    const QUrl url(QStringLiteral("mqtt://") + text, QUrl::StrictMode);
+    const int port = url.port(usualPort);
+    if (url.authority() != text || !url.userInfo().isEmpty() || port < 1)
+        return {};
+    return {QHostAddress(url.host()), static_cast<quint16>(port), text};
+}
 
 bool isTerminal()
 {
@@ -48,8 +65,12 @@ void writeLine(const QString &line)
     write(line.toUtf8() + '\n');
 }
 
+// None where NO_COLOR is set and not empty (https://no-color.org).
 QByteArray colourOf(ViewLine::Tone tone)
 {
+    static const bool hasColours = qgetenv("NO_COLOR").isEmpty();
+    if (!hasColours)
+        return {};
     switch (tone) {
     case ViewLine::Tone::Heading:
         return "\x1b[1m";
@@ -90,13 +111,51 @@ public:
     }
 };
 
+/// The lines about the radio in the simulator's log, as it grows.
+class RadioLog
+{
+public:
+    /// \a path is empty when there is none.
+    explicit RadioLog(const QString &path) : m_path(path) {}
+
+    /// Those that have been added since the last look; of more than 64 kB the rest comes with the
+    /// next one. A log that is shorter than it was is a new one.
+    QStringList newLines();
+
+private:
+    const QString m_path;
+    qint64 m_end = 0; // of what has been read
+};
+
+QStringList RadioLog::newLines()
+{
+    constexpr qint64 longestLook = 65536;
+    QFile log(m_path);
+    if (m_path.isEmpty() || !log.open(QIODevice::ReadOnly))
+        return {};
+    if (log.size() < m_end)
+        m_end = 0;
+    if (!log.seek(m_end))
+        return {};
+    QByteArray bytes = log.read(longestLook);
+    const int whole = bytes.lastIndexOf('\n') + 1;
+    if (whole > 0 || bytes.size() < longestLook)
+        bytes.truncate(whole); // the last line is still being written
+    m_end += bytes.size();
+    QStringList lines;
+    for (const QByteArray &line : bytes.split('\n'))
+        if (line.startsWith("radio: "))
+            lines.append(QString::fromUtf8(line));
+    return lines;
+}
+
 /// Listens on the board's broker and shows what it hears. Everything in the main thread.
 class SiteWatch : public QObject
 {
     Q_OBJECT
 public:
     /// \a radioLog is a file to be followed, or empty.
-    SiteWatch(const QStringList &notes, const QString &radioLog);
+    SiteWatch(const Broker &broker, const QStringList &notes, const QString &radioLog);
     /// Gives the terminal back and prints the summary.
     ~SiteWatch() override;
 
@@ -115,8 +174,8 @@ private:
     }
 
     const QStringList m_notes;
-    const QString m_radioLog;
-    QString m_radio; // its last line about the radio
+    RadioLog m_radioLog;
+    QString m_radio; // its last line
     SiteView m_view;
     QMQTT::Client m_client;
     QTimer m_timer;
@@ -129,28 +188,18 @@ private:
 
 const QString attitudeTopic = QStringLiteral("Local/Vicinity/Attitude/TEXT");
 
-/// The last line in the simulator's log that is about the radio; empty if there is none.
-QString lastRadioLine(const QString &path)
-{
-    QFile log(path);
-    if (path.isEmpty() || !log.open(QIODevice::ReadOnly))
-        return {};
-    QByteArray last;
-    for (const QByteArray &line : log.readAll().split('\n'))
-        if (line.startsWith("radio: "))
-            last = line;
-    return QString::fromUtf8(last);
-}
-
-SiteWatch::SiteWatch(const QStringList &notes, const QString &radioLog)
-    : m_notes(notes), m_radioLog(radioLog),
-      m_client(QHostAddress(QHostAddress::LocalHost), boardPort),
+SiteWatch::SiteWatch(const Broker &broker, const QStringList &notes, const QString &radioLog)
+    : m_notes(notes), m_radioLog(radioLog), m_client(broker.address, broker.port),
       m_screen(isTerminal() ? std::make_unique<Screen>() : nullptr)
 {
-    connect(&m_client, &QMQTT::Client::connected, this, &SiteWatch::subscribe);
+    connect(&m_client, &QMQTT::Client::connected, this, [this, broker] {
+        setLink(QStringLiteral("connected to the broker on ") + broker.name);
+        subscribe();
+    });
     connect(&m_client, &QMQTT::Client::received, this, &SiteWatch::takeMessage);
-    connect(&m_client, &QMQTT::Client::error, this,
-            [this] { setLink(QStringLiteral("no connection to the broker on the board")); });
+    connect(&m_client, &QMQTT::Client::error, this, [this, broker] {
+        setLink(QStringLiteral("no connection to the broker on ") + broker.name);
+    });
     connect(&m_timer, &QTimer::timeout, this, &SiteWatch::redraw);
     m_client.setVersion(QMQTT::V3_1_1);
     m_client.setCleanSession(true);
@@ -176,7 +225,6 @@ SiteWatch::~SiteWatch()
 
 void SiteWatch::subscribe()
 {
-    setLink(QStringLiteral("connected to the broker on the board"));
     m_client.subscribe(QStringLiteral("Local/Alarm"));
     m_client.subscribe(QStringLiteral("Local/Vicinity/#"));
 }
@@ -219,12 +267,11 @@ void SiteWatch::setLink(const QString &state)
 
 void SiteWatch::followRadio()
 {
-    const QString line = lastRadioLine(m_radioLog);
-    if (line == m_radio)
-        return;
-    m_radio = line;
-    if (!m_screen)
-        writeLine(QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss ")) + line);
+    const QString clock = QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss "));
+    for (const QString &line : m_radioLog.newLines()) {
+        m_radio = line;
+        writeLines({clock + line});
+    }
 }
 
 void SiteWatch::redraw()
@@ -266,9 +313,13 @@ int main(int argc, char *argv[])
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Shows the own crane, its neighbours and the alarms, from the broker on "
-                       "127.0.0.1:1883."));
+        QStringLiteral("Shows the own crane, its neighbours and the alarms, as the controller "
+                       "reports them on the board's broker."));
     parser.addHelpOption();
+    parser.addOption({QStringLiteral("address"),
+                      QStringLiteral("Where that broker is: a numeric address, and perhaps its "
+                                     "port. Default: 127.0.0.1:1883."),
+                      QStringLiteral("address[:port]"), QStringLiteral("127.0.0.1:1883")});
     parser.addOption({QStringLiteral("seconds"), QStringLiteral("End after <n> seconds."),
                       QStringLiteral("n"), QStringLiteral("0")});
     parser.addOption({QStringLiteral("note"), QStringLiteral("A line to show over the table."),
@@ -288,7 +339,13 @@ int main(int argc, char *argv[])
     if (seconds > 0)
         QTimer::singleShot(seconds * 1000, &application, &QCoreApplication::quit);
 
-    const SiteWatch watch(parser.values(QStringLiteral("note")),
+    const Broker broker = brokerAt(parser.value(QStringLiteral("address")));
+    if (broker.address.isNull()) {
+        std::fputs("sitewatch: --address takes a numeric address, and perhaps a port\n", stderr);
+        return EXIT_FAILURE;
+    }
+
+    const SiteWatch watch(broker, parser.values(QStringLiteral("note")),
                           parser.value(QStringLiteral("radio")));
     return QCoreApplication::exec();
 }
