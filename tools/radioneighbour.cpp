@@ -27,7 +27,8 @@ RadioNeighbour::RadioNeighbour(const SiteCrane &crane, quint16 craneNumber, cons
 
 void RadioNeighbour::begin()
 {
-    say(m_crane.fieldNumber + QStringLiteral(" reports by radio"));
+    if (!m_isOwnCraneHeard) // else that has been said, with what it hears
+        say(m_crane.fieldNumber + QStringLiteral(" reports by radio"));
     sendAttributes();
     m_ticksToAttributes = attributePeriod;
     m_ticks.start(tickMs);
