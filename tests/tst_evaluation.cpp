@@ -95,10 +95,12 @@ void TestEvaluation::calibrationLearnsACraneInTwoReports()
     QCOMPARE(list[1].hoffset, 4.0f);
     QVERIFY(list[1].name.isEmpty());
 
+    list[1].location_Y = 7.0f; // of a file that somebody has edited
     QVERIFY(calibrate(own, report, &list));
     QCOMPARE(list.size(), 2);
     QCOMPARE(list[1].name, QStringLiteral("7#"));
     QCOMPARE(list[1].location_X, 45.0f);
+    QCOMPARE(list[1].location_Y, 0.0f);
     QCOMPARE(list[1].moffset, 90.0f);
     QCOMPARE(list[1].hoffset, 200.0f);
     // At the own reading of 90: x = 45 sin 90, y = -45 cos 90.
