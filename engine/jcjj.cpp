@@ -3,8 +3,6 @@
 #include <QDebug>
 #include <QTimer>
 
-#include <mutex>
-
 #include "pairclearances.h"
 #include "recordfile.h"
 
@@ -54,10 +52,7 @@ JCJJ::JCJJ(QObject *parent) : QThread(parent) {}
 
 void JCJJ::run()
 {
-    {
-        const std::lock_guard lock(engineMutex);
-        ConfigureStaticRead();
-    }
+    lockLoadedList().unlock();
     QTimer tick;
     // The timer as context: the count runs in this thread, not in the object's.
     connect(&tick, &QTimer::timeout, &tick, [] {
@@ -76,16 +71,28 @@ void JCJJ::mylocal(FoundationData data)
 
 void JCJJ::CollideSlots(FoundationData foundata)
 {
-    const std::lock_guard lock(engineMutex);
+    const std::unique_lock lock = lockLoadedList();
     runCycle(foundata);
 }
 
 void JCJJ::RadioCollideSlots(FoundationData report)
 {
-    const std::lock_guard lock(engineMutex);
+    const std::unique_lock lock = lockLoadedList();
     if (const tBasis *entry = findByName(report.name, &basis))
         completeRadioReport(*entry, &report);
     runCycle(report);
+}
+
+/// The mutex keeps the two threads apart but does not order them: a cycle does not wait for the
+/// engine's thread to come up, it reads the file itself. An engine that is not started reads none.
+std::unique_lock<std::mutex> JCJJ::lockLoadedList()
+{
+    std::unique_lock lock(engineMutex);
+    if (!m_isLoaded && isRunning()) {
+        m_isLoaded = true;
+        ConfigureStaticRead();
+    }
+    return lock;
 }
 
 void JCJJ::runCycle(FoundationData report)

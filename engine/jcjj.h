@@ -5,6 +5,8 @@
 #include <QThread>
 #include <QVector3D>
 
+#include <mutex>
+
 #include "evaluation.h"
 #include "foundationdata.h"
 #include "jibgeometry.h"
@@ -20,8 +22,10 @@ extern QList<tBasis> basis;       ///< the neighbours; guarded by the engine's m
 /// clearances, the alarms; keeps the neighbour list in jcjj.txt.
 ///
 /// The object belongs to the main thread, and its slots run there. run() is the engine's thread,
-/// which loads the list and counts each neighbour's silence. One mutex guards the list around a
-/// whole cycle, the load and each count; no receiver of a signal may call back into the engine.
+/// which counts each neighbour's silence. The list is loaded once, by run() or by the first cycle
+/// of a started engine, whichever is first: what a cycle saves has the earlier calibrations in it.
+/// One mutex guards the list around a whole cycle, the load and each count; no receiver of a
+/// signal may call back into the engine.
 class JCJJ : public QThread, public JibGeometry, public VicinityReports
 {
     Q_OBJECT
@@ -62,6 +66,7 @@ protected:
     void run() override;
 
 private:
+    std::unique_lock<std::mutex> lockLoadedList();
     void runCycle(FoundationData report); // under the mutex
     void sendAlarm(const Alarm &alarm, int level, const QString &top, const QString &voiceKind);
     // A report goes out when its text differs from the last one of its kind, to the board first.
@@ -72,5 +77,6 @@ private:
     void sendPairs(const FoundationData &report, const std::array<float, 16> &distances,
                    tBasis *entry);
 
-    ReportTexts m_texts; // used in a cycle only, under the mutex
+    bool m_isLoaded = false; // jcjj.txt; guarded by the mutex
+    ReportTexts m_texts;     // used in a cycle only, under the mutex
 };

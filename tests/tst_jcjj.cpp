@@ -78,6 +78,7 @@ private Q_SLOTS:
     void alarmsCarryTheirTopics();
     void raisesAreSpokenAndClearsAreNot();
     void calibrationIsSavedAndLoaded();
+    void calibrationBeforeTheThreadRunsKeepsTheOldOnes();
     void engineThreadCountsSilence();
 
 private:
@@ -251,6 +252,38 @@ void TestJcjj::calibrationIsSavedAndLoaded()
     QCOMPARE(basis[0].armlen, 0.0f);
     m_engine->ConfigureStaticWrit();
     QCOMPARE(WorkingDirectory::read(QStringLiteral("jcjj.txt")), stored);
+}
+
+/// The thread is held between its start and run(). What holds it is Qt's, as what waits for its
+/// end: to the thread sanitizer nothing but the engine's lock orders the two threads.
+void TestJcjj::calibrationBeforeTheThreadRunsKeepsTheOldOnes()
+{
+    basis.clear();
+    WorkingDirectory::write(QStringLiteral("jcjj.txt"), R"([{"top":"DEVA"},{"top":"DEVB"}])");
+    QSemaphore released;
+    connect(
+        m_engine.data(), &QThread::started, m_engine.data(), [&released] { released.acquire(); },
+        Qt::DirectConnection);
+    m_engine->start();
+    FoundationData calibration = report(QStringLiteral("C"), 0.0f);
+    calibration.armlen = 999.0f;
+    m_engine->mylocal(calibration);
+    m_engine->CollideSlots(calibration);
+    released.release();
+    m_engine->quit();
+    QVERIFY(m_engine->wait(5000));
+    m_engine->CollideSlots(calibration);
+    const auto devices = [] {
+        QStringList list;
+        for (const tBasis &entry : qAsConst(basis))
+            list += entry.duid;
+        return list;
+    };
+    const QStringList all{QStringLiteral("DEVA"), QStringLiteral("DEVB"), QStringLiteral("DEVC")};
+    QCOMPARE(devices(), all);
+    basis.clear();
+    m_engine->ConfigureStaticRead();
+    QCOMPARE(devices(), all);
 }
 
 void TestJcjj::engineThreadCountsSilence()
