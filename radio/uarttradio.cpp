@@ -42,9 +42,9 @@ Radio::Radio(QObject *parent) : QThread(parent) {}
 void Radio::Radioslots(QString string)
 {
     applyReading(string, &m_record);
-    const QByteArray frame = buildMotionFrame(m_record);
-    const QMutexLocker lock(&m_frameMutex);
-    m_currentFrame = frame;
+    QByteArray frame = buildMotionFrame(m_record);
+    const std::lock_guard lock(m_frameMutex);
+    m_currentFrame.swap(frame);
 }
 
 void Radio::run()
@@ -107,11 +107,10 @@ void Radio::losePort()
 
 void Radio::send()
 {
-    QByteArray frame;
-    {
-        const QMutexLocker lock(&m_frameMutex);
-        frame = m_currentFrame;
-    }
+    const QByteArray frame = [this] {
+        const std::lock_guard lock(m_frameMutex);
+        return m_currentFrame;
+    }();
     // A modem that takes nothing is not given more, or the frames would pile up here; nor does
     // the tick count as a sending: what is current when it takes bytes again goes out at once.
     if (m_port->bytesToWrite() == 0 && m_schedule.isDue(frame))

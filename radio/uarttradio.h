@@ -2,9 +2,10 @@
 
 #include <QByteArray>
 #include <QList>
-#include <QMutex>
 #include <QString>
 #include <QThread>
+
+#include <mutex>
 
 #include "foundationdata.h"
 #include "radioframe.h"
@@ -62,6 +63,6 @@ private:
     bool m_isLossLogged = false; // once for each loss, not at every try
 
     // Both threads.
-    QMutex m_frameMutex;
+    std::mutex m_frameMutex;   // not Qt's, which the thread sanitizer cannot see
     QByteArray m_currentFrame; // guarded by m_frameMutex
 };
