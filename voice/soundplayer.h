@@ -11,7 +11,7 @@
 class SoundPlayer : public QObject
 {
     Q_OBJECT
-public:
+public Q_SLOTS:
     /// Starts the file; finished() follows, unless the multimedia back end never says anything.
     void play(const QString &path);
     /// Gives up what plays; finished() follows.

@@ -58,12 +58,13 @@ void VoiceAlarm::playAudioAndWait(const QString &path)
         return;
     QEventLoop untilEnded;
     connect(m_player.get(), &SoundPlayer::finished, &untilEnded, &QEventLoop::quit);
+    // By the slots' names, since around a function object the thread sanitizer sees no lock.
     QTimer::singleShot(longestSoundMs, Qt::PreciseTimer, &untilEnded, [this, &untilEnded] {
         m_sinceFailure.start();
-        QMetaObject::invokeMethod(m_player.get(), &SoundPlayer::stop);
+        QMetaObject::invokeMethod(m_player.get(), "stop");
         untilEnded.quit();
     });
     m_isPlayerBusy = true;
-    QMetaObject::invokeMethod(m_player.get(), [this, path] { m_player->play(path); });
+    QMetaObject::invokeMethod(m_player.get(), "play", Q_ARG(QString, path));
     untilEnded.exec();
 }
