@@ -5,7 +5,10 @@
 namespace
 {
 
-/// The entry that an attribute frame of this crane belongs to.
+constexpr int mostNeighbours = 9999;
+
+/// The entry that an attribute frame of this crane belongs to; none for a further crane of a full
+/// list.
 FoundationData *entryOf(quint16 craneNumber, QList<FoundationData> *neighbours)
 {
     const auto first = [neighbours](auto condition) {
@@ -23,6 +26,8 @@ FoundationData *entryOf(quint16 craneNumber, QList<FoundationData> *neighbours)
         loaded->radioKey = key;
         return loaded;
     }
+    if (neighbours->size() >= mostNeighbours)
+        return nullptr;
     FoundationData entry;
     entry.radioKey = key;
     entry.name = name;
@@ -57,10 +62,13 @@ QVector<FoundationData> takeMotion(const RadioFrame &frame, QList<FoundationData
     return moved;
 }
 
-void takeAttributes(const RadioFrame &frame, QList<FoundationData> *neighbours)
+bool takeAttributes(const RadioFrame &frame, QList<FoundationData> *neighbours)
 {
     FoundationData *entry = entryOf(frame.craneNumber, neighbours);
+    if (!entry)
+        return false;
     entry->armlen = frame.first;
     entry->reararm = frame.second;
     entry->craneheight = frame.third;
+    return true;
 }

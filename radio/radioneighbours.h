@@ -22,5 +22,7 @@ QString radioNameOf(quint16 craneNumber);
 QVector<FoundationData> takeMotion(const RadioFrame &frame, QList<FoundationData> *neighbours);
 
 /// Takes an attribute frame into its crane's first entry, else into the first entry without a key
-/// that bears its name and keeps its other members, else into a new one at the end.
-void takeAttributes(const RadioFrame &frame, QList<FoundationData> *neighbours);
+/// that bears its name and keeps its other members, else into a new one at the end. From 9999
+/// entries on there is no new one, since anybody can invent crane numbers: false, and nothing
+/// changes.
+bool takeAttributes(const RadioFrame &frame, QList<FoundationData> *neighbours);

@@ -131,8 +131,8 @@ void Radio::receive()
         for (const FoundationData &moved : takeMotion(*frame, &m_neighbours))
             Q_EMIT CollideSignal(moved);
     } else if (frame->type == RadioFrame::Attributes) {
-        takeAttributes(*frame, &m_neighbours);
-        ConfigureStaticWrit();
+        if (takeAttributes(*frame, &m_neighbours))
+            ConfigureStaticWrit();
     }
 }
 

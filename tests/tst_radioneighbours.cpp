@@ -25,6 +25,7 @@ private Q_SLOTS:
     void attributesOfANewCraneAppend();
     void attributesOfAKnownCraneUpdate();
     void attributesAdoptTheLoadedEntryOfThatName();
+    void listThatIsFullTakesNoFurtherCrane();
     void motionReachesEveryEntryOfItsCrane();
     void motionNeverAdopts();
     void cranesAboveTheAsciiRangeAreKeptApart();
@@ -77,6 +78,20 @@ void TestRadioNeighbours::attributesAdoptTheLoadedEntryOfThatName()
     QCOMPARE(list.size(), 3);
     QCOMPARE(list[1].armlen, 55.0f);
     QCOMPARE(list[2].armlen, 0.0f);
+}
+
+void TestRadioNeighbours::listThatIsFullTakesNoFurtherCrane()
+{
+    FoundationData loaded;
+    loaded.name = QStringLiteral("loaded");
+    QList<FoundationData> list;
+    for (int i = 0; i < 9998; ++i)
+        list += loaded;
+    QVERIFY(takeAttributes(frameOf(7, 50.0f, 12.0f, 40.0f), &list));
+    QVERIFY(!takeAttributes(frameOf(8, 50.0f, 12.0f, 40.0f), &list));
+    QCOMPARE(list.size(), 9999);
+    QVERIFY(takeAttributes(frameOf(7, 55.0f, 12.0f, 40.0f), &list)); // one that is in it
+    QCOMPARE(list.last().armlen, 55.0f);
 }
 
 void TestRadioNeighbours::motionReachesEveryEntryOfItsCrane()
