@@ -5,6 +5,8 @@
 #include <QSerialPort>
 #include <QTimer>
 
+#include <sys/ioctl.h>
+
 #include "radioneighbours.h"
 #include "recordfile.h"
 
@@ -111,10 +113,26 @@ void Radio::send()
         const std::lock_guard lock(m_frameMutex);
         return m_currentFrame;
     }();
-    // A modem that takes nothing is not given more, or the frames would pile up here; nor does
-    // the tick count as a sending: what is current when it takes bytes again goes out at once.
-    if (m_port->bytesToWrite() == 0 && m_schedule.isDue(frame))
+    if (isWaiting())
+        m_schedule.restart(); // the modem has taken nothing, so nothing counts as sent
+    if (!m_schedule.isDue(frame))
+        return;
+    // For a modem that takes nothing only the newest frame may wait. Some drivers do not say what
+    // they hold, hence the clearing each time; some clear nothing, and get no more then.
+    if (!m_port->clear(QSerialPort::Output))
+        return; // pulled out, and the port is closed by now
+    if (isWaiting())
+        m_schedule.restart();
+    else
         m_port->write(frame);
+}
+
+/// Whether bytes of an earlier tick still wait, here or in the driver.
+bool Radio::isWaiting() const
+{
+    int inDriver = 0;
+    ::ioctl(m_port->handle(), TIOCOUTQ, &inDriver);
+    return inDriver > 0 || m_port->bytesToWrite() > 0;
 }
 
 /// The bytes of one notification are one frame.

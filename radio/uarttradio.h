@@ -53,6 +53,7 @@ private:
     void openPort();
     void losePort();
     void send();
+    bool isWaiting() const;
     void receive();
     QSerialPort *m_port = nullptr; // these three are made by run() and end with it
     QTimer *m_sendTimer = nullptr;

@@ -44,6 +44,7 @@ bool RadioModem::plugIn()
     if (!makeLink(ptsname(m_descriptor)))
         return fail("the link cannot be made");
     m_notifier = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);
+    m_notifier->setEnabled(!m_isStuck);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] { read(); });
     return true;
 }
@@ -93,6 +94,13 @@ void RadioModem::send(const QByteArray &bytes)
     }
 }
 
+void RadioModem::setStuck(bool isStuck)
+{
+    m_isStuck = isStuck;
+    if (m_notifier)
+        m_notifier->setEnabled(!isStuck);
+}
+
 void RadioModem::read()
 {
     QByteArray bytes(4096, '\0');
@@ -108,6 +116,5 @@ void RadioModem::rest()
 {
     constexpr int restMs = 100;
     m_notifier->setEnabled(false);
-    QTimer::singleShot(restMs, m_notifier.get(),
-                       [notifier = m_notifier.get()] { notifier->setEnabled(true); });
+    QTimer::singleShot(restMs, m_notifier.get(), [this] { m_notifier->setEnabled(!m_isStuck); });
 }

@@ -31,6 +31,9 @@ public:
     /// pulled out.
     void send(const QByteArray &bytes);
 
+    /// While stuck it takes nothing that the near end writes. Also while pulled out.
+    void setStuck(bool isStuck);
+
 Q_SIGNALS:
     /// Bytes have come from the near end.
     void heard(const QByteArray &bytes);
@@ -43,6 +46,7 @@ private:
 
     const QString m_link;
     QString m_problem;
+    bool m_isStuck = false;
     int m_descriptor = -1; // the far end
     std::unique_ptr<QSocketNotifier> m_notifier;
 };

@@ -5,6 +5,8 @@
 #include <QElapsedTimer>
 #include <QTest>
 
+#include <fcntl.h>
+
 namespace
 {
 
@@ -60,6 +62,7 @@ private Q_SLOTS:
     void changesOfOneTickAreOneFrame();
     void restingCraneIsRepeatedSlowly();
     void pulledModemIsTakenAgain();
+    void stuckModemGetsTheNewestFrameOnly();
     void radioReportsAlarmWithoutTheCloud();
     void radioReportBlanksNothing();
     void noiseIsDropped_data();
@@ -196,6 +199,41 @@ void TestRadio::pulledModemIsTakenAgain()
     QCOMPARE(m_onAir.last().bytes, frame);
     QCOMPARE(logged(missing), 2);
     QCOMPARE(m_bench.crane.log().count("Failed to open existing file.\n"), 4); // one for each file
+}
+
+/// The driver's memory is full of old frames when the modem works again: "old" stands for them.
+void TestRadio::stuckModemGetsTheNewestFrameOnly()
+{
+    m_modem.pull();
+    QTRY_COMPARE_WITH_TIMEOUT(logged(missing), 3, 5000);
+    m_modem.setStuck(true);
+    QVERIFY(m_modem.plugIn());
+    QFile nearEnd(device);
+    QVERIFY(nearEnd.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    ::fcntl(nearEnd.handle(), F_SETFL, O_NONBLOCK);
+    int filled = 0;
+    while (nearEnd.write("old") > 0)
+        filled += 3;
+    QTRY_COMPARE_WITH_TIMEOUT(logged(opened), 3, 5000);
+    for (const double rotation : {50, 60, 30}) {
+        QVERIFY(m_bench.ownState(rotation, 27));
+        QTest::qWait(700); // a tick
+    }
+
+    m_onAir.clear();
+    m_modem.setStuck(false);
+    QByteArray heard;
+    const auto isNewestHeard = [&] {
+        heard.clear();
+        for (const Chunk &chunk : qAsConst(m_onAir))
+            heard += chunk.bytes;
+        return heard.left(heard.size() - 2).endsWith(QByteArray("\x0a\x8c\x0b\xb8", 4)); // 27, 30
+    };
+    QVERIFY(QTest::qWaitFor(isNewestHeard, 1100));
+    const int old = heard.lastIndexOf("ld") + 2;
+    QCOMPARE(heard.mid(old).size(), 12); // no frame of the time between
+    qInfo("%d of %d bytes had left the driver", old, filled);
+    QVERIFY2(old < filled / 2, "what the driver still held is thrown away");
 }
 
 void TestRadio::radioReportsAlarmWithoutTheCloud()
