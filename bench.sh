@@ -52,8 +52,9 @@ trap 'rm -rf "$folder"' EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
-# The controller's ports are fixed; the driver makes a network for each pair of brokers.
-findNamespace --net || fail "a network namespace is refused: ${refusal:-no reason given}"
+# The controller's ports are fixed; the driver makes a network for each pair of brokers. What the
+# controller would send and say is not for the machine's own modem and sound.
+findIsolation || fail "no namespace to measure in: ${refusal:-no reason given}"
 
 road() {
   "${namespace[@]}" "$bin/road" --folder "$folder" "${short[@]}" "$@" 9>&-

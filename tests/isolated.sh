@@ -1,12 +1,14 @@
 #!/bin/bash
-# Runs a test that needs the fixed ports 1883 and 22222.
+# Runs a test that needs the fixed ports 1883 and 22222, a /dev/ttyUSB0 of its own, or silence.
 #
-#   tests/isolated.sh [--devices] COMMAND [ARGUMENT...]
+#   tests/isolated.sh COMMAND [ARGUMENT...]
 #
-# The command gets a network namespace of its own, in which only the loopback interface exists.
-# Where the system refuses namespaces it runs on the machine's own loopback, one at a time, and
-# only while both ports are free. With --devices it can make a /dev/ttyUSB0 of its own, which the
-# machine does not see; where that is refused this fails. The command replaces this script: it has its process id.
+# The command gets a network namespace of its own, in which only the loopback interface exists, and a
+# mount namespace in which the machine's serial adapters, their lock files and its sound devices do
+# not exist; it finds no sound server that it does not start itself. Where the system refuses mount
+# namespaces it goes without, unless the machine has a modem or a sound card, and fails then. Where
+# it refuses network namespaces, too, it runs on the machine's own loopback, one at a time, and only
+# while both ports are free. The command replaces this script: it has its process id.
 set -eu
 
 fail() {
@@ -14,25 +16,16 @@ fail() {
   exit 1
 }
 
-devices=no
-if [ "${1:-}" = --devices ]; then
-  devices=yes
-  shift
-fi
 [ $# -gt 0 ] || fail "no command given"
 # shellcheck source-path=SCRIPTDIR source=../tools/namespace.sh
 . "$(dirname "$0")/../tools/namespace.sh"
 
-if [ $devices = yes ]; then
-  findNamespace --net --mount || fail "a mount namespace is refused: ${refusal:-no reason given}"
-  # shellcheck disable=SC2016
-  exec "${namespace[@]}" bash -euc \
-    '. "$0"; coverDevices; ip link set lo up; exec "$@"' "$(dirname "$0")/../tools/namespace.sh" "$@"
-fi
-if findNamespace --net; then
+if findIsolation; then
   command -v ip >/dev/null || fail "the command ip is missing (package iproute2)"
   exec "${namespace[@]}" bash -c 'ip link set lo up && exec "$@"' isolated "$@"
 fi
+[ -z "$(ownDevice)" ] || fail "$refusal"
+muteSound
 
 # Held by the command and whatever it starts: until the last of them is gone the ports may be used.
 lock=${TMPDIR:-/tmp}/crane-ports.lock

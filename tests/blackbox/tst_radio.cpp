@@ -121,7 +121,7 @@ QByteArrayList TestRadio::published()
 
 void TestRadio::initTestCase()
 {
-    QVERIFY2(!QFile::exists(device), "run it by tests/isolated.sh --devices");
+    QVERIFY2(!QFile::exists(device), "run it by tests/isolated.sh");
     connect(&m_modem, &RadioModem::heard, this, [this](const QByteArray &bytes) {
         m_onAir.append({m_clock.elapsed(), bytes});
     });
