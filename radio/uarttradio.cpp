@@ -7,6 +7,7 @@
 
 #include <sys/ioctl.h>
 
+#include "portlock.h"
 #include "radioneighbours.h"
 #include "recordfile.h"
 
@@ -82,27 +83,40 @@ void Radio::openPort()
 {
     // Opening makes, syncs and removes a lock file that all programs share; not every second for a
     // modem that is not there.
-    if (!QFile::exists(portPath) || !m_port->open(QIODevice::ReadWrite)) {
-        if (!m_isLossLogged)
-            qDebug() << "Can't open serial port!";
-        m_isLossLogged = true;
+    const bool isThere = QFile::exists(portPath);
+    if (!isThere || isPortInUse(portPath) || !m_port->open(QIODevice::ReadWrite)) {
+        logLoss(isThere);
         m_retryTimer->start();
         return;
     }
+    holdPortLock(portPath, m_port->handle());
     if (!m_isLoaded)
         ConfigureStaticRead();
     m_isLoaded = true;
-    m_isLossLogged = false;
+    m_isLossLogged = m_isObstacleLogged = false;
     qDebug() << "打开成功"; // opened
     m_retryTimer->stop();
     m_schedule.restart();
     m_sendTimer->start();
 }
 
+void Radio::logLoss(bool isThere)
+{
+    if (!m_isLossLogged)
+        qDebug() << "Can't open serial port!";
+    m_isLossLogged = true;
+    if (!isThere || m_isObstacleLogged)
+        return;
+    qWarning().noquote() << portPath + QStringLiteral(" cannot be opened:")
+                         << portObstacle(portPath, m_port->errorString());
+    m_isObstacleLogged = true;
+}
+
 /// At once: an adapter that is pulled out reports errors as fast as the loop can take them.
 void Radio::losePort()
 {
     m_sendTimer->stop();
+    releasePortLock();
     m_port->close();
     m_retryTimer->start();
 }

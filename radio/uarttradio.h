@@ -51,6 +51,7 @@ private:
 
     // Radio thread only.
     void openPort();
+    void logLoss(bool isThere);
     void losePort();
     void send();
     bool isWaiting() const;
@@ -61,7 +62,8 @@ private:
     SendSchedule m_schedule;
     QList<FoundationData> m_neighbours;
     bool m_isLoaded = false;     // Radio.txt, at the first opening
-    bool m_isLossLogged = false; // once for each loss, not at every try
+    bool m_isLossLogged = false; // this and the next: once for each loss, not at every try
+    bool m_isObstacleLogged = false;
 
     // Both threads.
     std::mutex m_frameMutex;   // not Qt's, which the thread sanitizer cannot see

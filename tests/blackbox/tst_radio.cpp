@@ -3,6 +3,7 @@
 #include "radiotalk.h"
 
 #include <QElapsedTimer>
+#include <QProcess>
 #include <QTest>
 
 #include <fcntl.h>
@@ -13,6 +14,8 @@ namespace
 const QString boardAttitude = QStringLiteral("Local/Vicinity/Attitude/TEXT");
 const QString boardAttribute = QStringLiteral("Local/Vicinity/Attribute/TEXT");
 const QString device = QStringLiteral("/dev/ttyUSB0");
+const QString lockFile = QStringLiteral("/var/lock/LCK..ttyUSB0"); // of our own, here
+constexpr qint64 ended = 99999999; // a process number, more than there can be
 const QString radioFile = QStringLiteral("Radio.txt");
 
 // In the log, each a line.
@@ -63,6 +66,8 @@ private Q_SLOTS:
     void restingCraneIsRepeatedSlowly();
     void pulledModemIsTakenAgain();
     void stuckModemGetsTheNewestFrameOnly();
+    void whatKeepsTheModemIsNamed_data();
+    void whatKeepsTheModemIsNamed();
     void radioReportsAlarmWithoutTheCloud();
     void radioReportBlanksNothing();
     void noiseIsDropped_data();
@@ -236,6 +241,49 @@ void TestRadio::stuckModemGetsTheNewestFrameOnly()
     QVERIFY2(old < filled / 2, "what the driver still held is thrown away");
 }
 
+void TestRadio::whatKeepsTheModemIsNamed_data()
+{
+    QTest::addColumn<qint64>("pid");
+    QTest::addColumn<QByteArray>("line");
+    const QByteArray own = QByteArray::number(QCoreApplication::applicationPid());
+    QTest::newRow("a process that runs") << QCoreApplication::applicationPid()
+                                         << "in use by process " + own + ", says the lock file " +
+                                                lockFile.toLatin1() + " of user root\n";
+    QTest::newRow("a lock that only another user may remove")
+        << ended
+        << "the lock file " + lockFile.toLatin1() +
+               " of user root, left by process 99999999, which has ended: remove it\n";
+}
+
+/// A file that is mounted cannot be removed, like that of another user.
+void TestRadio::whatKeepsTheModemIsNamed()
+{
+    QFETCH(qint64, pid);
+    QFETCH(QByteArray, line);
+    const int losses = logged(missing);
+    const int openings = logged(opened);
+    m_modem.pull();
+    QTRY_COMPARE_WITH_TIMEOUT(logged(missing), losses + 1, 5000);
+    QFile lock(lockFile);
+    QVERIFY(lock.open(QIODevice::WriteOnly));
+    lock.write(QByteArray::number(pid) + '\n');
+    lock.close();
+    const bool isMounted = pid == ended;
+    if (isMounted)
+        QCOMPARE(QProcess::execute(QStringLiteral("mount"),
+                                   {QStringLiteral("--bind"), lockFile, lockFile}),
+                 0);
+    QVERIFY(m_modem.plugIn());
+    QTest::qWait(3500);
+    QCOMPARE(logged("/dev/ttyUSB0 cannot be opened: " + line), 1);
+    QCOMPARE(logged(missing), losses + 1);
+    QCOMPARE(logged(opened), openings);
+    if (isMounted)
+        QCOMPARE(QProcess::execute(QStringLiteral("umount"), {lockFile}), 0);
+    QVERIFY(QFile::remove(lockFile));
+    QTRY_COMPARE_WITH_TIMEOUT(logged(opened), openings + 1, 5000);
+}
+
 void TestRadio::radioReportsAlarmWithoutTheCloud()
 {
     m_bench.site().stop();
@@ -336,6 +384,7 @@ void TestRadio::restartsAdoptTheSavedNeighbour()
     byHand.replace(R"("top":"","type":"")", R"("top":"DEV7","type":"T9")");
     for (int restart = 0; restart < 2; ++restart) {
         QVERIFY(m_bench.finish());
+        QVERIFY2(!QFile::exists(lockFile), "in the way of another user's next start");
         if (restart == 0)
             m_bench.crane.writeFile(radioFile, byHand);
         QVERIFY(m_bench.crane.startAndSubscribe());
