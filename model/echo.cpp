@@ -4,7 +4,6 @@
 #include <QElapsedTimer>
 
 #include <cerrno>
-#include <chrono>
 #include <mutex>
 #include <poll.h>
 #include <unistd.h>
@@ -14,7 +13,7 @@ namespace
 
 constexpr int patienceMs = 100; // for a reader that is slower than a long line
 
-std::timed_mutex mutex;  // held for one echo; not Qt's, which the thread sanitizer cannot see
+std::mutex mutex;        // held for one echo; not Qt's, which the thread sanitizer cannot see
 bool isStalled = false;  // guarded by mutex: the last line got stuck, do not wait again
 char lastWritten = '\n'; // guarded by mutex
 
@@ -53,9 +52,7 @@ void echo(QByteArray line)
 {
     QElapsedTimer clock;
     clock.start();
-    const std::unique_lock lock(mutex, std::chrono::milliseconds(patienceMs));
-    if (!lock)
-        return;
+    const std::lock_guard lock(mutex);
     if (lastWritten != '\n') // the last line was given up half-way
         line.prepend('\n');
     line.append('\n');

@@ -9,7 +9,7 @@ class QByteArray;
 /// a reader that does not read is waited for a tenth of a second, once. Of a line that is given up
 /// half-way the begin stays, and the next echo starts on a line of its own.
 ///
-/// Another thread's echo is waited for a tenth of a second at most, within the same tenth that is
-/// for the reader; after that the line is lost. With an output that does not block (see
-/// app/standardstreams.h) that is also the longest that an echo takes.
+/// Another thread's echo is waited for. With an output that does not block (see
+/// app/standardstreams.h) it takes a tenth of a second at most, the same tenth that is for the
+/// reader: whoever has waited so long for the lock does not wait for the reader, too.
 void echo(QByteArray line);

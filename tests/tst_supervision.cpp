@@ -1,5 +1,6 @@
 #include <QtTest>
 
+#include <atomic>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -34,6 +35,7 @@ private:
     const int m_socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     LocalData *const m_board = new LocalData; // lives, like its client, until the process ends
     Supervision *m_supervision = nullptr;
+    std::atomic<bool> m_isToBeBlocked{false};
 };
 
 void TestSupervision::initTestCase()
@@ -48,6 +50,13 @@ void TestSupervision::initTestCase()
     QCOMPARE(::bind(m_socket, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
     qputenv("NOTIFY_SOCKET", path);
     qputenv("WATCHDOG_USEC", "300000");
+    connect(
+        m_board, &LocalData::linkAnswered, m_board,
+        [this] { // in the client's thread
+            if (m_isToBeBlocked.exchange(false))
+                QThread::msleep(1500);
+        },
+        Qt::DirectConnection);
     m_board->start();
     m_supervision = Supervision::start(m_board);
     QVERIFY(m_supervision);
@@ -79,10 +88,7 @@ void TestSupervision::signsOfLifeEndWhileAThreadIsBlocked()
     if (isMainLoop) {
         QThread::msleep(1500);
     } else {
-        auto *const inThread = new QObject;
-        inThread->moveToThread(m_board);
-        QMetaObject::invokeMethod(inThread, [] { QThread::msleep(1500); });
-        inThread->deleteLater();
+        m_isToBeBlocked = true;
         QTest::qWait(1500);
     }
     const int signs = heard().size(); // every tenth of a second while neither is blocked
