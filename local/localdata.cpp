@@ -103,6 +103,7 @@ void LocalData::mqttMode()
             handToMainThread(message);
     });
     connect(this, &LocalData::linkAsked, client, [this] { Q_EMIT linkAnswered(); });
+    Q_EMIT linkAnswered(); // nobody was there for one who has asked already
     client->join(this, clientId);
 }
 

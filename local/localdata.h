@@ -61,7 +61,8 @@ Q_SIGNALS:
     void Radiosignals(QString string);
     /// The cloud subscription filter and the own device id, after a registration.
     void TopSignals(QString top, QString name);
-    /// Asks the link's thread for a sign of life; it answers by linkAnswered(), emitted there.
+    /// Asks the link's thread for a sign of life; it answers by linkAnswered(), emitted there. Also
+    /// emitted once when the client is made, for a question that came before.
     void linkAsked();
     void linkAnswered();
 

@@ -57,9 +57,10 @@ void TestSupervision::initTestCase()
                 QThread::msleep(1500);
         },
         Qt::DirectConnection);
-    m_board->start();
     m_supervision = Supervision::start(m_board);
     QVERIFY(m_supervision);
+    QTest::qWait(300); // the board's client thread is late
+    m_board->start();
     QByteArrayList all;
     QTRY_VERIFY((all += heard()).count("WATCHDOG=1") >= 3);
     QCOMPARE(all.first(), QByteArray("READY=1"));
