@@ -50,13 +50,6 @@ void logMessage(const QMQTT::Message &message)
 
 constexpr int mostWaiting = 1 << 20;
 
-/// In the bound of what waits for the main thread, in bytes: a short message takes time as well.
-int weightOf(const QMQTT::Message &message)
-{
-    constexpr int least = 8192;
-    return qMax(least, message.payload().size());
-}
-
 /// A reading for the radio: the key and the value in hundredths of its unit, "height3025".
 QString radioText(QLatin1String key, float value)
 {
@@ -107,26 +100,6 @@ void LocalData::mqttMode()
     client->join(this, clientId);
 }
 
-// By the slot's name, since around a function object the thread sanitizer sees no lock.
-void LocalData::handToMainThread(const QMQTT::Message &message)
-{
-    if ((m_waitingBytes += weightOf(message)) >= mostWaiting) {
-        m_isPaused = true;
-        client->pauseReading();
-    }
-    QMetaObject::invokeMethod(this, "takeWaiting", Q_ARG(QMQTT::Message, message));
-}
-
-void LocalData::takeWaiting(QMQTT::Message message)
-{
-    onReceived(message);
-    const int weight = weightOf(message);
-    if (m_waitingBytes.fetch_sub(weight) > weight || !m_isPaused.exchange(false))
-        return;
-    // By a timer: calls that came in the same turn would keep the neighbours' reports out of it.
-    QTimer::singleShot(1, this, [this] { QMetaObject::invokeMethod(client, "resumeReading"); });
-}
-
 struct LocalData::Kind {
     QLatin1String fragment;                                               // of the topic
     void (LocalData::*take)(const QMQTT::Message &, const QJsonObject &); // null: ignored
@@ -148,6 +121,34 @@ const LocalData::Kind *LocalData::kindOf(const QString &messageTopic)
             return kind.take ? &kind : nullptr;
     }
     return nullptr;
+}
+
+// By the slot's name, since around a function object the thread sanitizer sees no lock.
+void LocalData::handToMainThread(const QMQTT::Message &message)
+{
+    if ((m_waitingBytes += weightOf(message)) >= mostWaiting) {
+        m_isPaused = true;
+        client->pauseReading();
+    }
+    QMetaObject::invokeMethod(this, "takeWaiting", Q_ARG(QMQTT::Message, message));
+}
+
+/// A short crane state takes time as well, and any other kind may wait for the disk.
+int LocalData::weightOf(const QMQTT::Message &message)
+{
+    constexpr int least = 8192;
+    const bool isMotion = kindOf(message.topic())->take == &LocalData::takeCraneState;
+    return isMotion ? qMax(least, message.payload().size()) : mostWaiting;
+}
+
+void LocalData::takeWaiting(QMQTT::Message message)
+{
+    onReceived(message);
+    const int weight = weightOf(message);
+    if (m_waitingBytes.fetch_sub(weight) > weight || !m_isPaused.exchange(false))
+        return;
+    // By a timer: calls that came in the same turn would keep the neighbours' reports out of it.
+    QTimer::singleShot(1, this, [this] { QMetaObject::invokeMethod(client, "resumeReading"); });
 }
 
 void LocalData::onReceived(QMQTT::Message message)

@@ -22,8 +22,9 @@ extern FoundationData founData;
 /// The object belongs to the main thread, and its slots run there. run() is the link's thread:
 /// the client is made in it and lives until the process ends, without a parent. Both ways between
 /// the two are queued; a message whose topic means nothing to onReceived() is dropped before. What
-/// waits for the main thread is bounded to about a MiB: beyond it nothing is read from the broker
-/// until all of it has been taken, so that a program in a loop on the board delays no neighbour.
+/// waits for the main thread is bounded to about a MiB, 128 crane states at most, and one message
+/// of any other kind: beyond it nothing is read from the broker until all of it has been taken, so
+/// that a program in a loop on the board delays a neighbour by no more than that.
 class LocalData : public QThread
 {
     Q_OBJECT
@@ -77,6 +78,8 @@ private:
     /// What a message of this topic is; null where onReceived() ignores it. Any thread.
     static const Kind *kindOf(const QString &messageTopic);
     void handToMainThread(const QMQTT::Message &message); // link's thread
+    /// In the bound of what waits for the main thread, in bytes. Only for a topic of a kind.
+    static int weightOf(const QMQTT::Message &message);
     // One for each kind of message, with its parsed payload.
     void takeCraneState(const QMQTT::Message &message, const QJsonObject &document);
     void takeWorkset(const QMQTT::Message &message, const QJsonObject &document);
