@@ -112,6 +112,8 @@ void BrokerClient::sendAlarm(const QMQTT::Message &message)
     handOver(message);
     if (waitingBytes(*this) > m_reportBytes + mostWaiting)
         countAsLost(this);
+    else
+        sendKept(); // it may have taken along what waited
 }
 
 void BrokerClient::sendReport(const QMQTT::Message &report)

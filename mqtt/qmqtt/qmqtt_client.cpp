@@ -219,7 +219,8 @@ void Client::tick()
 {
     m_handle->keepAlive(m_isReading);
     settle();
-    deliver();
+    if (deliver())
+        Q_EMIT written(); // a ping, like an acknowledgement, takes along what waits
 }
 
 void Client::giveUpWaiting()

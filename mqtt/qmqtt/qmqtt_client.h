@@ -132,7 +132,8 @@ Q_SIGNALS:
     void unsubscribed(const QString &topic);
     /// QoS 0: within publish(), connected or not. QoS 1 and 2: the broker has acknowledged it.
     void published(const QMQTT::Message &message, quint16 msgid = 0);
-    /// Some of what had to wait has been written: unwrittenBytes() may have fallen.
+    /// Some of what had to wait may have been written: unwrittenBytes() may have fallen. At once
+    /// for what the connection had to wait with, and every second.
     void written();
     void received(const QMQTT::Message &message);
     void pingresp();

@@ -37,7 +37,7 @@ SlowLink::SlowLink(quint16 port, quint16 brokerPort)
     : m_brokerPort(brokerPort), m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
     const int on = 1;
-    const int little = 16384; // what lies here on the way is not to count
+    const int little = 131072; // what lies here on the way is not to count; less loses packets
     ::setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     ::setsockopt(m_listener, SOL_SOCKET, SO_RCVBUF, &little, sizeof little);
     const sockaddr_in address = onLoopback(port);

@@ -13,12 +13,13 @@ const QString alarmTopic = QStringLiteral("Local/Alarm");
 /// Makes each report and each alarm 4 kB long.
 const QByteArray longName = QByteArray(4000, 'N');
 
-/// Reports of the neighbour: far away, always another one.
+/// Reports of the neighbour: far away, never the same twice.
 QByteArrayList farReports(int count)
 {
+    static int rope = 0;
     QByteArrayList reports;
     for (int i = 0; i < count; ++i)
-        reports << stateDocument(20, 8, 5 + i % 30);
+        reports << stateDocument(20, 8, ++rope);
     return reports;
 }
 
@@ -88,13 +89,15 @@ void TestSlowLinks::slowUplinkHoldsUpNothing()
     constexpr int chunks = 30;
     constexpr int chunk = 100; // what the board's broker surely takes at once
     const QString upload = siteTopic(QStringLiteral("DEV9"), QStringLiteral("Vicinity/Attitude"));
-    QVERIFY(evaluated(farReports(chunk)));
     const int before = payloads(m_bench.boardWatch(), attitudeTopic).size();
+    QVERIFY(evaluated(farReports(chunk)));
+    QTRY_COMPARE(payloads(m_bench.boardWatch(), attitudeTopic).size(), before + chunk);
     const qint64 memory = m_bench.crane.residentKib();
     m_uplink.setBytesPerSecond(100'000);
     for (int i = 0; i < chunks; ++i)
         QVERIFY(evaluated(farReports(chunk)));
-    QTRY_COMPARE(payloads(m_bench.boardWatch(), attitudeTopic).size(), before + chunks * chunk);
+    QTRY_COMPARE(payloads(m_bench.boardWatch(), attitudeTopic).size(),
+                 before + chunk + chunks * chunk);
 #ifndef CRANE_SANITIZED
     QVERIFY(m_bench.crane.residentKib() - memory < 8192);
 #else
@@ -104,7 +107,8 @@ void TestSlowLinks::slowUplinkHoldsUpNothing()
     const QByteArray newest = payloads(m_bench.boardWatch(), attitudeTopic).last();
     QVERIFY(payloads(m_bench.siteWatch(), upload).last() != newest);
     m_uplink.setBytesPerSecond(1'000'000'000);
-    QTRY_COMPARE_WITH_TIMEOUT(payloads(m_bench.siteWatch(), upload).last(), newest, 2000);
+    // Mostly in a tenth of a second; TCP itself may wait before it tries a full peer again.
+    QTRY_COMPARE_WITH_TIMEOUT(payloads(m_bench.siteWatch(), upload).last(), newest, 15000);
 }
 
 /// More than the broker's connection takes, then alarms.
@@ -122,8 +126,11 @@ void TestSlowLinks::stalledBoardGetsEveryAlarm()
     for (int i = 0; i < alarms.size(); ++i)
         QVERIFY(alarms.at(i).contains(i % 2 == 0 ? "\"triggered\": true" : "\"triggered\": false"));
     QCOMPARE(logged("mqtt disconnected"), 0);
-    QVERIFY(evaluated(farReports(1)));
-    QTRY_VERIFY(payloads(m_bench.boardWatch(), attitudeTopic).last().contains("\"slewing\": 30\n"));
+    const QByteArrayList last = farReports(1);
+    const QByteArray rope = last.first().mid(last.first().lastIndexOf(':') + 1).split('}').first();
+    const QByteArray newest = "\"hoisting\": " + rope + ",\n            \"label\": \"NNN";
+    QVERIFY(evaluated(last));
+    QTRY_VERIFY(payloads(m_bench.boardWatch(), attitudeTopic).last().contains(newest));
 }
 
 void TestSlowLinks::tooManyWaitingAlarmsAreALostConnection()
