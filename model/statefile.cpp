@@ -110,8 +110,11 @@ bool replace(QFile *present, const QByteArray &place, const QByteArray &bytes)
     if (file < 0)
         return errno == EACCES && present->isOpen() && overwrite(present, bytes);
     struct stat old = {};
-    if (present->isOpen() && ::fstat(present->handle(), &old) == 0)
+    if (present->isOpen() && ::fstat(present->handle(), &old) == 0) {
+        if (::fchown(file, old.st_uid, old.st_gid) != 0)
+            errno = 0; // only root may give a file away
         ::fchmod(file, old.st_mode & 0777);
+    }
     const bool isFilled = fill(file, bytes);
     ::close(file);
     if (!isFilled || ::rename(temporary.constData(), place.constData()) != 0) {

@@ -38,9 +38,9 @@ public:
     ///
     /// The replacement is atomic: a temporary file, synced and renamed, then the folder synced. A
     /// process that is killed, a power cut or a full disk leaves the old file or the new one. Its
-    /// mode stays as it was, its owner is this process's user; where the name is a link the file it
-    /// leads to is replaced. A file that already holds these bytes is not written, unless its last
-    /// replacement failed.
+    /// mode stays as it was, and its owner as far as this process may; where the name is a link the
+    /// file it leads to is replaced. A file that already holds these bytes is not written, unless
+    /// its last replacement failed.
     ///
     /// Only in a folder that allows no new file is an existing one written in place, and synced; a
     /// full disk leaves the old text there, too, a power cut may spoil it.

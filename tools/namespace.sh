@@ -7,12 +7,14 @@ PATH=$PATH:/usr/sbin:/sbin
 # Sets `namespace` to the command that runs another one in namespaces of its own: --net, where the
 # loopback interface is still down, --mount or both. Fails with the system's reason in `refusal`.
 findNamespace() {
+  local asRoot=''
   namespace=(unshare "$@")
-  if [ "$(id -u)" = 0 ] && refusal=$("${namespace[@]}" true 2>&1); then
-    return 0
+  if [ "$(id -u)" = 0 ]; then
+    asRoot=$("${namespace[@]}" true 2>&1) && return 0
+    asRoot+='; '
   fi
   namespace=(unshare "$@" --map-root-user) # root inside of it, nothing outside
-  refusal=$("${namespace[@]}" true 2>&1)
+  refusal=$asRoot$("${namespace[@]}" true 2>&1)
 }
 
 # In a mount namespace of one's own: puts a folder over /dev in which one can make files. It has the
@@ -80,7 +82,8 @@ findIsolation() {
   # shellcheck disable=SC2016
   if findNamespace --net --mount &&
     refusal=$("${namespace[@]}" bash -euc '. "$0"; coverDevices --no-sound' "$here" 2>&1); then
-    namespace+=(bash -euc '. "$0"; coverDevices --no-sound; muteSound; exec "$@"' "$here")
+    namespace+=(env CRANE_OWN_DEVICES=1
+      bash -euc '. "$0"; coverDevices --no-sound; muteSound; exec "$@"' "$here")
     return 0
   fi
   device=$(ownDevice)
