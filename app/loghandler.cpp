@@ -1,4 +1,4 @@
-#include "loghandler.h"
+#include "app/loghandler.h"
 
 #include <QDateTime>
 #include <QDebug>
@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "logstamp.h"
+#include "app/logstamp.h"
 
 static QMutex mutex; // held while the day file is open
 

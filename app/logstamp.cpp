@@ -1,4 +1,4 @@
-#include "logstamp.h"
+#include "app/logstamp.h"
 
 #include <QDateTime>
 

@@ -5,10 +5,10 @@
 
 #include <csignal>
 
-#include "loghandler.h"
-#include "standardstreams.h"
-#include "startup.h"
-#include "supervision.h"
+#include "app/loghandler.h"
+#include "app/standardstreams.h"
+#include "app/startup.h"
+#include "app/supervision.h"
 
 namespace
 {

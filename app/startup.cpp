@@ -1,10 +1,10 @@
-#include "startup.h"
+#include "app/startup.h"
 
-#include "jcjj.h"
-#include "localdata.h"
-#include "mymqtt.h"
-#include "uarttradio.h"
-#include "voicealarm.h"
+#include "engine/jcjj.h"
+#include "local/localdata.h"
+#include "cloud/mymqtt.h"
+#include "radio/uarttradio.h"
+#include "voice/voicealarm.h"
 
 Workers createWorkers()
 {

@@ -1,4 +1,4 @@
-#include "supervision.h"
+#include "app/supervision.h"
 
 #include <QTimer>
 
@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "localdata.h"
+#include "local/localdata.h"
 
 Supervision *Supervision::start(LocalData *board)
 {

@@ -1,4 +1,4 @@
-#include "pieceforms.h"
+#include "bench/pieceforms.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,12 +16,12 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include "cranepairs.h"
-#include "loghandler.h"
-#include "mymqtt.h"
-#include "neighbourmemo.h"
-#include "reporttexts.h"
-#include "vicinityreports.h"
+#include "tests/cranepairs.h"
+#include "app/loghandler.h"
+#include "cloud/mymqtt.h"
+#include "cloud/neighbourmemo.h"
+#include "engine/reporttexts.h"
+#include "engine/vicinityreports.h"
 
 namespace
 {

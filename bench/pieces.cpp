@@ -19,7 +19,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "pieceforms.h"
+#include "bench/pieceforms.h"
 
 namespace
 {

@@ -7,10 +7,10 @@
 // file. The folder is for scratch. It makes network namespaces, so it is root, if only in a user
 // namespace; bench.sh starts it so.
 
-#include "roadclock.h"
-#include "roadmeasure.h"
-#include "roadresult.h"
-#include "roadstage.h"
+#include "bench/roadclock.h"
+#include "bench/roadmeasure.h"
+#include "bench/roadresult.h"
+#include "bench/roadstage.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "roadlink.h"
+#include "bench/roadlink.h"
 
 #include <mosquitto.h>
 

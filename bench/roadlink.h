@@ -1,6 +1,6 @@
 #pragma once
 
-#include "roadclock.h"
+#include "bench/roadclock.h"
 
 #include <functional>
 #include <string>

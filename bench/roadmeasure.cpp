@@ -1,4 +1,4 @@
-#include "roadmeasure.h"
+#include "bench/roadmeasure.h"
 
 namespace
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "roadstage.h"
+#include "bench/roadstage.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
-#include "roadprocess.h"
+#include "bench/roadprocess.h"
 
-#include "roadclock.h"
+#include "bench/roadclock.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,4 +1,4 @@
-#include "roadresult.h"
+#include "bench/roadresult.h"
 
 #include <algorithm>
 #include <cstdio>

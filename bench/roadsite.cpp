@@ -1,6 +1,6 @@
-#include "roadsite.h"
+#include "bench/roadsite.h"
 
-#include "roadclock.h"
+#include "bench/roadclock.h"
 
 #include <cmath>
 #include <cstdio>

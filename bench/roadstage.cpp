@@ -1,6 +1,6 @@
-#include "roadstage.h"
+#include "bench/roadstage.h"
 
-#include "roadsite.h"
+#include "bench/roadsite.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "roadclock.h"
-#include "roadlink.h"
-#include "roadprocess.h"
+#include "bench/roadclock.h"
+#include "bench/roadlink.h"
+#include "bench/roadprocess.h"
 
 #include <filesystem>
 #include <memory>

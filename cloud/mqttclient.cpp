@@ -1,4 +1,4 @@
-#include "mqttclient.h"
+#include "cloud/mqttclient.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "brokerclient.h"
-#include "sentuploads.h"
+#include "mqtt/brokerclient.h"
+#include "cloud/sentuploads.h"
 
 /// The connection to the site's broker. Lives in the main thread, like the whole cloud link.
 class MqttClient : public BrokerClient

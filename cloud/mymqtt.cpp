@@ -1,14 +1,14 @@
-#include "mymqtt.h"
+#include "cloud/mymqtt.h"
 
 #include <QDateTime>
 #include <QDebug>
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include "documents.h"
-#include "echo.h"
-#include "mqttclient.h"
-#include "recordfile.h"
+#include "model/documents.h"
+#include "state/echo.h"
+#include "cloud/mqttclient.h"
+#include "state/recordfile.h"
 
 QString LOCAL_QRCODE_TX;
 QString mytop;

@@ -6,9 +6,9 @@
 
 #include <qmqtt.h>
 
-#include "foundationdata.h"
-#include "neighbourmemo.h"
-#include "recordtexts.h"
+#include "model/foundationdata.h"
+#include "cloud/neighbourmemo.h"
+#include "state/recordtexts.h"
 
 class MqttClient;
 class QJsonObject;

@@ -1,4 +1,4 @@
-#include "neighbourmemo.h"
+#include "cloud/neighbourmemo.h"
 
 const QVector<int> &NeighbourMemo::positionsOf(const QString &craneId,
                                                const QList<FoundationData> &list)

@@ -5,7 +5,7 @@
 #include <QString>
 #include <QVector>
 
-#include "foundationdata.h"
+#include "model/foundationdata.h"
 
 /// Which records of the neighbour list match a crane id, remembered from one report to the next.
 ///

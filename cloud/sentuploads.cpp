@@ -1,4 +1,4 @@
-#include "sentuploads.h"
+#include "cloud/sentuploads.h"
 
 #include <algorithm>
 #include <string_view>

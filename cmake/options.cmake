@@ -19,6 +19,7 @@ set(CMAKE_AUTOMOC ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 add_library(crane_options INTERFACE)
+target_include_directories(crane_options INTERFACE ${PROJECT_SOURCE_DIR}) # "model/documents.h"
 target_compile_options(crane_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wdouble-promotion -Wnon-virtual-dtor
   -ffp-contract=off # clearances round alike on every target

@@ -1,9 +1,9 @@
-#include "evaluation.h"
+#include "engine/evaluation.h"
 
 #include <algorithm>
 
-#include "distancecalculation.h"
-#include "jibgeometry.h"
+#include "geometry/distancecalculation.h"
+#include "geometry/jibgeometry.h"
 
 namespace
 {

@@ -7,8 +7,9 @@
 #include <array>
 #include <optional>
 
-#include "foundationdata.h"
-#include "tbasis.h"
+#include "geometry/line3d.h"
+#include "model/foundationdata.h"
+#include "model/tbasis.h"
 
 /// What one report of a neighbour means: calibration, motion taken over, clearances, alarms.
 ///

@@ -1,10 +1,10 @@
-#include "jcjj.h"
+#include "engine/jcjj.h"
 
 #include <QDebug>
 #include <QTimer>
 
-#include "pairclearances.h"
-#include "recordfile.h"
+#include "geometry/pairclearances.h"
+#include "state/recordfile.h"
 
 FoundationData MParameter;
 QList<tBasis> basis;

@@ -7,12 +7,12 @@
 
 #include <mutex>
 
-#include "evaluation.h"
-#include "foundationdata.h"
-#include "jibgeometry.h"
-#include "reporttexts.h"
-#include "tbasis.h"
-#include "vicinityreports.h"
+#include "engine/evaluation.h"
+#include "model/foundationdata.h"
+#include "geometry/jibgeometry.h"
+#include "engine/reporttexts.h"
+#include "model/tbasis.h"
+#include "engine/vicinityreports.h"
 
 // The engine's state, one each for the process.
 extern FoundationData MParameter; ///< the own crane; main thread only

@@ -1,4 +1,4 @@
-#include "reporttexts.h"
+#include "engine/reporttexts.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "jibgeometry.h"
-#include "vicinityreports.h"
+#include "geometry/jibgeometry.h"
+#include "engine/vicinityreports.h"
 
 namespace
 {

@@ -6,8 +6,8 @@
 
 #include <array>
 
-#include "foundationdata.h"
-#include "tbasis.h"
+#include "model/foundationdata.h"
+#include "model/tbasis.h"
 
 /// A report's text: a beginning, one piece for each neighbour, an end.
 ///

@@ -1,4 +1,4 @@
-#include "vicinityreports.h"
+#include "engine/vicinityreports.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -7,7 +7,7 @@
 #include <cmath>
 #include <limits>
 
-#include "jibgeometry.h"
+#include "geometry/jibgeometry.h"
 
 namespace
 {

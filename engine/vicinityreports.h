@@ -3,8 +3,8 @@
 #include <QList>
 #include <QString>
 
-#include "foundationdata.h"
-#include "tbasis.h"
+#include "model/foundationdata.h"
+#include "model/tbasis.h"
 
 /// The three vicinity reports as JSON texts, indented. Pure functions.
 ///

@@ -1,4 +1,4 @@
-#include "localclient.h"
+#include "local/localclient.h"
 
 #include <QDebug>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "brokerclient.h"
+#include "mqtt/brokerclient.h"
 
 /// The connection to the broker on the board. Lives in the thread of LocalData::run().
 class LocalClient : public BrokerClient

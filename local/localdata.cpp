@@ -1,4 +1,4 @@
-#include "localdata.h"
+#include "local/localdata.h"
 
 #include <QDateTime>
 #include <QDebug>
@@ -6,11 +6,11 @@
 #include <QJsonObject>
 #include <QTimer>
 
-#include "documents.h"
-#include "echo.h"
-#include "jsonmembers.h"
-#include "localclient.h"
-#include "statefile.h"
+#include "model/documents.h"
+#include "state/echo.h"
+#include "model/jsonmembers.h"
+#include "local/localclient.h"
+#include "state/statefile.h"
 
 FoundationData founData;
 

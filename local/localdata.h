@@ -7,7 +7,7 @@
 
 #include <atomic>
 
-#include "foundationdata.h"
+#include "model/foundationdata.h"
 
 class LocalClient;
 class QJsonObject;

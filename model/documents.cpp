@@ -1,10 +1,10 @@
-#include "documents.h"
+#include "model/documents.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include "jsonmembers.h"
+#include "model/jsonmembers.h"
 
 namespace
 {

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-#include "foundationdata.h"
+#include "model/foundationdata.h"
 
 class QJsonObject;
 

@@ -1,4 +1,4 @@
-#include "brokerclient.h"
+#include "mqtt/brokerclient.h"
 
 #include <QDebug>
 #include <QHostAddress>

@@ -1,4 +1,4 @@
-#include "portlock.h"
+#include "radio/portlock.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,4 +1,4 @@
-#include "radioframe.h"
+#include "radio/radioframe.h"
 
 #include <QRegularExpression>
 

@@ -1,4 +1,4 @@
-#include "radioneighbours.h"
+#include "radio/radioneighbours.h"
 
 #include <algorithm>
 

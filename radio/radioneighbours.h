@@ -4,8 +4,8 @@
 #include <QString>
 #include <QVector>
 
-#include "foundationdata.h"
-#include "radioframe.h"
+#include "model/foundationdata.h"
+#include "radio/radioframe.h"
 
 /// The radio neighbours: who has been heard, and what a frame changes. Pure functions.
 ///

@@ -1,4 +1,4 @@
-#include "sendschedule.h"
+#include "radio/sendschedule.h"
 
 bool SendSchedule::isDue(const QByteArray &frame)
 {

@@ -1,4 +1,4 @@
-#include "uarttradio.h"
+#include "radio/uarttradio.h"
 
 #include <QDebug>
 #include <QFile>
@@ -7,9 +7,9 @@
 
 #include <sys/ioctl.h>
 
-#include "portlock.h"
-#include "radioneighbours.h"
-#include "recordfile.h"
+#include "radio/portlock.h"
+#include "radio/radioneighbours.h"
+#include "state/recordfile.h"
 
 namespace
 {

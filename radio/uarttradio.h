@@ -7,9 +7,9 @@
 
 #include <mutex>
 
-#include "foundationdata.h"
-#include "radioframe.h"
-#include "sendschedule.h"
+#include "model/foundationdata.h"
+#include "radio/radioframe.h"
+#include "radio/sendschedule.h"
 
 class QSerialPort;
 class QTimer;

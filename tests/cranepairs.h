@@ -6,10 +6,10 @@
 #include <cmath>
 #include <cstring>
 
-#include "distancecalculation.h"
-#include "hostilevalues.h"
-#include "jibgeometry.h"
-#include "pairclearances.h"
+#include "geometry/distancecalculation.h"
+#include "tests/hostilevalues.h"
+#include "geometry/jibgeometry.h"
+#include "geometry/pairclearances.h"
 
 /// Pairs of cranes, likely and impossible ones, and their clearances the plain way.
 

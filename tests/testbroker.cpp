@@ -1,4 +1,4 @@
-#include "testbroker.h"
+#include "tests/testbroker.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "distancecalculation.h"
+#include "geometry/distancecalculation.h"
 
 class TestDistanceCalculation : public QObject
 {

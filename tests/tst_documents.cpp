@@ -4,7 +4,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include "documents.h"
+#include "model/documents.h"
 
 namespace
 {

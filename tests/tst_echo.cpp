@@ -6,7 +6,7 @@
 #include <thread>
 #include <unistd.h>
 
-#include "echo.h"
+#include "state/echo.h"
 
 namespace
 {

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "evaluation.h"
+#include "engine/evaluation.h"
 
 namespace
 {

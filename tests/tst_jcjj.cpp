@@ -1,8 +1,8 @@
 #include <QtTest>
 
-#include "jcjj.h"
-#include "outputcapture.h"
-#include "workingdirectory.h"
+#include "engine/jcjj.h"
+#include "tests/outputcapture.h"
+#include "tests/workingdirectory.h"
 
 namespace
 {

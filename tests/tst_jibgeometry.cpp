@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "distancecalculation.h"
-#include "jcjj.h"
+#include "geometry/distancecalculation.h"
+#include "engine/jcjj.h"
 
 namespace
 {

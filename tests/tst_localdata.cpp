@@ -3,9 +3,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include "localdata.h"
-#include "outputcapture.h"
-#include "workingdirectory.h"
+#include "local/localdata.h"
+#include "tests/outputcapture.h"
+#include "tests/workingdirectory.h"
 
 namespace
 {

@@ -2,9 +2,9 @@
 
 #include <QProcess>
 
-#include "localdata.h"
-#include "testbroker.h"
-#include "workingdirectory.h"
+#include "local/localdata.h"
+#include "tests/testbroker.h"
+#include "tests/workingdirectory.h"
 
 namespace
 {

@@ -6,10 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "fulldisk.h"
-#include "loghandler.h"
-#include "outputcapture.h"
-#include "workingdirectory.h"
+#include "tests/fulldisk.h"
+#include "app/loghandler.h"
+#include "tests/outputcapture.h"
+#include "tests/workingdirectory.h"
 
 namespace
 {

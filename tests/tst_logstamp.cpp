@@ -2,7 +2,7 @@
 
 #include <QRandomGenerator>
 
-#include "logstamp.h"
+#include "app/logstamp.h"
 
 class TestLogStamp : public QObject
 {

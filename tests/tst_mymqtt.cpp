@@ -3,9 +3,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include "mymqtt.h"
-#include "outputcapture.h"
-#include "workingdirectory.h"
+#include "cloud/mymqtt.h"
+#include "tests/outputcapture.h"
+#include "tests/workingdirectory.h"
 
 namespace
 {

@@ -4,8 +4,8 @@
 
 #include <malloc.h>
 
-#include "hostilevalues.h"
-#include "neighbourmemo.h"
+#include "tests/hostilevalues.h"
+#include "cloud/neighbourmemo.h"
 
 namespace
 {

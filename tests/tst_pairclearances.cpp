@@ -1,6 +1,6 @@
 #include <QtTest>
 
-#include "cranepairs.h"
+#include "tests/cranepairs.h"
 
 namespace
 {

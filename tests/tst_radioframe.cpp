@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "radioframe.h"
+#include "radio/radioframe.h"
 
 namespace
 {

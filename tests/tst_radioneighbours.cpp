@@ -1,7 +1,7 @@
 #include <QtTest>
 
-#include "radioneighbours.h"
-#include "sendschedule.h"
+#include "radio/radioneighbours.h"
+#include "radio/sendschedule.h"
 
 namespace
 {

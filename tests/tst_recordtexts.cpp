@@ -4,9 +4,9 @@
 #include <QJsonDocument>
 #include <QRandomGenerator>
 
-#include "foundationdata.h"
-#include "hostilevalues.h"
-#include "recordtexts.h"
+#include "model/foundationdata.h"
+#include "tests/hostilevalues.h"
+#include "state/recordtexts.h"
 
 namespace
 {

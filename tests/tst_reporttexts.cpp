@@ -5,9 +5,9 @@
 #include <cmath>
 #include <cstring>
 
-#include "hostilevalues.h"
-#include "reporttexts.h"
-#include "vicinityreports.h"
+#include "tests/hostilevalues.h"
+#include "engine/reporttexts.h"
+#include "engine/vicinityreports.h"
 
 namespace
 {

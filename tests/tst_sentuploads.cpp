@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <deque>
 
-#include "sentuploads.h"
+#include "cloud/sentuploads.h"
 
 namespace
 {

@@ -1,9 +1,9 @@
-#include "calmcourse.h"
-#include "cranemotion.h"
-#include "radiotalk.h"
-#include "silence.h"
-#include "site.h"
-#include "sitedocuments.h"
+#include "tools/sim/calmcourse.h"
+#include "tools/sim/cranemotion.h"
+#include "tools/sim/radiotalk.h"
+#include "tools/sim/silence.h"
+#include "tools/sim/site.h"
+#include "tools/sim/sitedocuments.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,5 +1,5 @@
-#include "siteview.h"
-#include "terminaltext.h"
+#include "tools/view/siteview.h"
+#include "tools/view/terminaltext.h"
 
 #include <QtTest>
 

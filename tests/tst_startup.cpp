@@ -1,11 +1,11 @@
 #include <QtTest>
 
-#include "jcjj.h"
-#include "localdata.h"
-#include "mymqtt.h"
-#include "startup.h"
-#include "uarttradio.h"
-#include "voicealarm.h"
+#include "engine/jcjj.h"
+#include "local/localdata.h"
+#include "cloud/mymqtt.h"
+#include "app/startup.h"
+#include "radio/uarttradio.h"
+#include "voice/voicealarm.h"
 
 Q_DECLARE_METATYPE(const QMetaObject *)
 

@@ -8,10 +8,10 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "fulldisk.h"
-#include "outputcapture.h"
-#include "statefile.h"
-#include "workingdirectory.h"
+#include "tests/fulldisk.h"
+#include "tests/outputcapture.h"
+#include "state/statefile.h"
+#include "tests/workingdirectory.h"
 
 static int syncsToFailure = 0; // the sync of that number fails; 0: none
 

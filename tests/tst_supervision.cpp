@@ -5,9 +5,9 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "localdata.h"
-#include "supervision.h"
-#include "workingdirectory.h"
+#include "local/localdata.h"
+#include "app/supervision.h"
+#include "tests/workingdirectory.h"
 
 /// What a supervisor hears of the main loop, which is this thread, and the board's client thread.
 class TestSupervision : public QObject

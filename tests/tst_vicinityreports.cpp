@@ -6,7 +6,7 @@
 
 #include <limits>
 
-#include "jcjj.h"
+#include "engine/jcjj.h"
 
 namespace
 {

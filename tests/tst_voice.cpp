@@ -2,9 +2,9 @@
 
 #include <limits>
 
-#include "soundqueue.h"
-#include "voicealarm.h"
-#include "warningsounds.h"
+#include "voice/soundqueue.h"
+#include "voice/voicealarm.h"
+#include "voice/warningsounds.h"
 
 class TestVoice : public QObject
 {

@@ -1,4 +1,4 @@
-#include "soundplayer.h"
+#include "voice/soundplayer.h"
 
 #include <QUrl>
 

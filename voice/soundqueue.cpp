@@ -1,4 +1,4 @@
-#include "soundqueue.h"
+#include "voice/soundqueue.h"
 
 void SoundQueue::add(const QString &path)
 {

@@ -1,11 +1,11 @@
-#include "voicealarm.h"
+#include "voice/voicealarm.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QTimer>
 
-#include "soundplayer.h"
-#include "warningsounds.h"
+#include "voice/soundplayer.h"
+#include "voice/warningsounds.h"
 
 namespace
 {

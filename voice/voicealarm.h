@@ -7,7 +7,7 @@
 
 #include <memory>
 
-#include "soundqueue.h"
+#include "voice/soundqueue.h"
 
 class SoundPlayer;
 

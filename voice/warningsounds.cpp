@@ -1,4 +1,4 @@
-#include "warningsounds.h"
+#include "voice/warningsounds.h"
 
 namespace
 {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "bus.h"
-#include "crane.h"
+#include "tests/blackbox/bus.h"
+#include "tests/blackbox/crane.h"
 
-#include "testbroker.h"
+#include "tests/testbroker.h"
 
 #include <QList>
 

@@ -1,4 +1,4 @@
-#include "bus.h"
+#include "tests/blackbox/bus.h"
 
 #include <QFile>
 

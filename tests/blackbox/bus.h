@@ -1,7 +1,7 @@
 #pragma once
 
-#include "child.h"
-#include "textfile.h"
+#include "tests/blackbox/child.h"
+#include "tests/blackbox/textfile.h"
 
 #include <QList>
 #include <QStringList>

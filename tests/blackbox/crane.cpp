@@ -1,4 +1,4 @@
-#include "crane.h"
+#include "tests/blackbox/crane.h"
 
 #include <QFile>
 #include <QRegularExpression>

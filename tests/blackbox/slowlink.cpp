@@ -1,4 +1,4 @@
-#include "slowlink.h"
+#include "tests/blackbox/slowlink.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>

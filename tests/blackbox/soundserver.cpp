@@ -1,4 +1,4 @@
-#include "soundserver.h"
+#include "tests/blackbox/soundserver.h"
 
 #include <QFile>
 #include <QTest>

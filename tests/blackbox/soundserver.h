@@ -1,6 +1,6 @@
 #pragma once
 
-#include "child.h"
+#include "tests/blackbox/child.h"
 
 #include <QString>
 #include <QTemporaryDir>

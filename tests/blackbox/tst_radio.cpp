@@ -1,6 +1,6 @@
-#include "bench.h"
-#include "radiomodem.h"
-#include "radiotalk.h"
+#include "tests/blackbox/bench.h"
+#include "tools/sim/radiomodem.h"
+#include "tools/sim/radiotalk.h"
 
 #include <QElapsedTimer>
 #include <QProcess>

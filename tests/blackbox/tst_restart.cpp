@@ -1,4 +1,4 @@
-#include "bench.h"
+#include "tests/blackbox/bench.h"
 
 #include <QElapsedTimer>
 #include <QTest>

@@ -1,5 +1,5 @@
-#include "bench.h"
-#include "slowlink.h"
+#include "tests/blackbox/bench.h"
+#include "tests/blackbox/slowlink.h"
 
 #include <QTest>
 

@@ -1,5 +1,5 @@
-#include "bench.h"
-#include "soundserver.h"
+#include "tests/blackbox/bench.h"
+#include "tests/blackbox/soundserver.h"
 
 #include <QDir>
 #include <QElapsedTimer>
