@@ -20,8 +20,9 @@ struct PieceForm {
 
 /// Pieces: "texts10" and "texts200" (the three report texts after one neighbour of so many has
 /// moved), "clearances" (both cranes' segments and the 17 searches), "logline" (a day-file line),
-/// "match10" and "match9999" (a crane id to its records), "save" (mymqtt.txt with 9999 records).
-/// The plain forms of "logline" and "save" are the bare system calls with the same bytes.
+/// "match200" (a crane id to its records, as it is), "save" (mymqtt.txt with 200 records).
+/// The plain forms of "logline" and "save" are the bare system calls with the same bytes, which of
+/// "save" Qt's writer makes.
 std::vector<PieceForm> pieceForms();
 
 /// How many of \a count pairs of cranes, half of them degenerate, have a clearance that differs in

@@ -5,6 +5,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
+
 #include "model/documents.h"
 #include "state/echo.h"
 #include "cloud/mqttclient.h"
@@ -132,9 +134,9 @@ void MqttThread::onReceived(QMQTT::Message message)
 
 void MqttThread::takeLiveData(const QString &craneId, const QJsonObject &document)
 {
-    const QVector<int> positions = m_memo.positionsOf(craneId, foundata);
-    for (const int position : positions) {
-        FoundationData &record = foundata[position];
+    for (FoundationData &record : foundata) {
+        if (!craneId.contains(record.duid))
+            continue;
         backdata(document, &record.rotation, &record.travel, &record.height);
         Q_EMIT CollideSignal(record);
     }
@@ -143,9 +145,12 @@ void MqttThread::takeLiveData(const QString &craneId, const QJsonObject &documen
 /// Updates the first record that matches, or appends one while there is room.
 void MqttThread::takeWorkset(const QString &craneId, const QJsonObject &document)
 {
-    const QVector<int> positions = m_memo.positionsOf(craneId, foundata);
-    if (!positions.isEmpty()) {
-        Worksetdata(document, &foundata[positions.first()]);
+    const auto known =
+        std::find_if(foundata.begin(), foundata.end(), [&craneId](const FoundationData &record) {
+            return craneId.contains(record.duid);
+        });
+    if (known != foundata.end()) {
+        Worksetdata(document, &*known);
     } else if (foundata.size() < mostNeighbours) {
         FoundationData record;
         Worksetdata(document, &record);
@@ -190,5 +195,5 @@ void MqttThread::ConfigureStaticRead()
 
 void MqttThread::ConfigureStaticWrit()
 {
-    cloudFile().write(m_recordTexts.text(numberMembers, textMembers, foundata));
+    writeRecords(cloudFile(), numberMembers, textMembers, foundata);
 }

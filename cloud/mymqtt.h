@@ -7,8 +7,6 @@
 #include <qmqtt.h>
 
 #include "model/foundationdata.h"
-#include "cloud/neighbourmemo.h"
-#include "state/recordtexts.h"
 
 class MqttClient;
 class QJsonObject;
@@ -72,7 +70,4 @@ private:
     QString topic;
     QString clientId; // stays empty: the broker assigns one
     MqttClient *client = nullptr;
-
-    NeighbourMemo m_memo;
-    RecordTexts<FoundationData> m_recordTexts; // of mymqtt.txt
 };

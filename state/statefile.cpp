@@ -169,11 +169,7 @@ QVector<QJsonObject> StateFile::readRecords() const
 
 void StateFile::write(const QJsonDocument &document) const
 {
-    write(document.toJson(QJsonDocument::Compact));
-}
-
-void StateFile::write(const QByteArray &text) const
-{
+    const QByteArray text = document.toJson(QJsonDocument::Compact);
     if (!replaceBy(text)) {
         reportUnusable();
         return;

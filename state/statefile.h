@@ -52,8 +52,6 @@ public:
     /// The temporary file lies beside the file and has its name and ".anticollisiond-new". One that
     /// a killed process has left is removed when the file is read; until then writing fails.
     void write(const QJsonDocument &document) const;
-    /// The same with the compact text itself.
-    void write(const QByteArray &text) const;
 
 private:
     std::optional<QByteArray> readText() const;
