@@ -17,8 +17,8 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include "tests/cranepairs.h"
 #include "app/loghandler.h"
+#include "bench/cranepairs.h"
 #include "cloud/mymqtt.h"
 #include "engine/reporttexts.h"
 #include "engine/vicinityreports.h"
@@ -114,7 +114,7 @@ std::shared_ptr<Pairs> thousandPairs()
 PieceStep plainSearches()
 {
     return [pairs = thousandPairs(), next = 0u]() mutable {
-        benchmark::DoNotOptimize(plainClearances((*pairs)[next++ % pairs->size()]));
+        benchmark::DoNotOptimize(plainEncounter((*pairs)[next++ % pairs->size()]));
     };
 }
 
@@ -122,7 +122,7 @@ PieceStep fastSearches()
 {
     return [pairs = thousandPairs(), next = 0u]() mutable {
         const CranePair &pair = (*pairs)[next++ % pairs->size()];
-        benchmark::DoNotOptimize(clearancesOf(pair.own, pair.neighbour));
+        benchmark::DoNotOptimize(encounterOf(pair.own, pair.neighbour));
     };
 }
 
@@ -274,7 +274,7 @@ int differingPairs(int count)
     int differing = 0;
     for (int i = 0; i < count; ++i) {
         const CranePair pair = i % 2 ? likelyPair(random) : degeneratePair(random);
-        if (firstDifference(clearancesOf(pair.own, pair.neighbour), plainClearances(pair)) >= 0)
+        if (firstDifference(encounterOf(pair.own, pair.neighbour), plainEncounter(pair)) >= 0)
             ++differing;
     }
     return differing;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "geometry/distancecalculation.h"
 #include "geometry/jibgeometry.h"
 
 namespace
@@ -29,27 +28,6 @@ QString pairText(const QString &ownPart, const QString &neighbour, const QString
 {
     return QLatin1Char('\n') + ownPart + QStringLiteral("到") + neighbour + QStringLiteral("塔吊") +
            part + QLatin1Char('\n') + metres(distance);
-}
-
-Line_3D ownJibInPlan(const FoundationData &own)
-{
-    Line_3D jib;
-    JibGeometry::rotationT3D(own, own.armlen, 0.0f, &jib.begin, &jib.end, 0);
-    return jib;
-}
-
-Line_3D jibInPlan(const FoundationData &report)
-{
-    Line_3D jib;
-    JibGeometry::rotationT3D(report, report.armlen, 0.0f, &jib.begin, &jib.end, 1);
-    return jib;
-}
-
-float clearance(const Line_3D &own, const Line_3D &neighbour)
-{
-    QVector3D nearest;
-    return QDrawingPaperView::LineTLone(own.begin, own.end, neighbour.begin, neighbour.end,
-                                        nearest);
 }
 
 } // namespace
@@ -111,57 +89,39 @@ void takeReport(tBasis *entry, FoundationData *own, FoundationData *report)
     entry->silentTicks = 0;
 }
 
-ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report, float distance,
-                        tBasis *entry)
+std::optional<Alarm> evaluateZone(const FoundationData &own, const FoundationData &report,
+                                  const Encounter &encounter, tBasis *entry)
 {
-    ZoneResult result;
-    result.distance = distance;
     const bool isActive = entry->alarmFlags & zoneActive;
-    if (distance > 2.0f * own.safelen) {
-        if (isActive)
-            result.alarm = Alarm{entry->zoneMessage, false, {}, {}};
+    if (encounter.zone > 2.0f * own.safelen) {
         entry->alarmFlags &= ~zoneActive;
+        if (isActive)
+            return Alarm{entry->zoneMessage, false, {}, {}};
     } else if (!isActive) {
-        entry->zoneMessage = zoneText(report.name, distance);
+        entry->zoneMessage = zoneText(report.name, encounter.zone);
         entry->alarmFlags |= zoneActive;
-        result.alarm = Alarm{entry->zoneMessage, true, ownJibInPlan(own), jibInPlan(report)};
+        return Alarm{entry->zoneMessage, true, encounter.own.plan, encounter.neighbour.plan};
     }
-    return result;
+    return std::nullopt;
 }
 
 QVector<Alarm> evaluatePairs(const FoundationData &own, const FoundationData &report,
-                             const std::array<float, 16> &distances, tBasis *entry)
+                             const Encounter &encounter, tBasis *entry)
 {
     QVector<Alarm> alarms;
-    for (size_t pair = 0; pair < distances.size(); ++pair) {
-        const float distance = distances[pair];
+    for (size_t pair = 0; pair < encounter.pairs.size(); ++pair) {
+        const float distance = encounter.pairs[pair];
         QString &message = entry->pairMessages[pair];
         if (distance <= own.safelen && message.isEmpty()) {
-            const Line_3D ownPart = JibGeometry::Lineto3D(own, 0).at(static_cast<int>(pair / 4));
-            const Line_3D part = JibGeometry::Lineto3D(report, 1).at(static_cast<int>(pair % 4));
-            message = pairText(ownPart.name, report.name, part.name, distance);
-            alarms.append({message, true, ownPart, part});
+            const size_t ownPart = pair / 4;
+            const size_t part = pair % 4;
+            message = pairText(partName(ownPart), report.name, partName(part), distance);
+            alarms.append(
+                {message, true, encounter.own.parts[ownPart], encounter.neighbour.parts[part]});
         } else if (distance > own.safelen && !message.isEmpty()) {
             alarms.append({message, false, {}, {}});
             message.clear();
         }
     }
     return alarms;
-}
-
-ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report, tBasis *entry)
-{
-    return evaluateZone(own, report, clearance(ownJibInPlan(own), jibInPlan(report)), entry);
-}
-
-QVector<Alarm> evaluatePairs(const FoundationData &own, const FoundationData &report, tBasis *entry)
-{
-    std::array<float, 16> distances = {};
-    auto distance = distances.begin();
-    const QList<Line_3D> parts = JibGeometry::Lineto3D(report, 1);
-    for (const Line_3D &ownPart : JibGeometry::Lineto3D(own, 0)) {
-        for (const Line_3D &part : parts)
-            *distance++ = clearance(ownPart, part);
-    }
-    return evaluatePairs(own, report, distances, entry);
 }

@@ -4,10 +4,9 @@
 #include <QString>
 #include <QVector>
 
-#include <array>
 #include <optional>
 
-#include "geometry/line3d.h"
+#include "geometry/encounter.h"
 #include "model/foundationdata.h"
 #include "model/tbasis.h"
 
@@ -24,8 +23,8 @@ constexpr int pairAlarmLevel = 25; ///< a part of the own crane and one of the n
 struct Alarm {
     QString text;
     bool triggered = false; ///< true when it is raised, false when it is cleared
-    Line_3D own;            ///< the two segments that came close; of a raised alarm only
-    Line_3D neighbour;
+    Segment own;            ///< the two segments that came close; of a raised alarm only
+    Segment neighbour;
 };
 
 /// Takes a calibration report: both cranes in calibration mode (arm lengths of 999 and more), the
@@ -44,22 +43,12 @@ void completeRadioReport(const tBasis &entry, FoundationData *report);
 /// entry knows of the pair: the reference readings, the neighbour's place. Ends its silence.
 void takeReport(tBasis *entry, FoundationData *own, FoundationData *report);
 
-/// The slewing zone: the clearance of the two jibs in plan, in metres, and what it changes.
-struct ZoneResult {
-    float distance = 0.0f;
-    std::optional<Alarm> alarm;
-};
-
-/// Alarms at up to twice the safety distance. A distance that is not a number raises.
-ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report, float distance,
-                        tBasis *entry);
+/// The slewing zone, both jibs in plan: alarms at up to twice the safety distance. A distance that
+/// is not a number raises.
+std::optional<Alarm> evaluateZone(const FoundationData &own, const FoundationData &report,
+                                  const Encounter &encounter, tBasis *entry);
 
 /// The 16 pairs of segments in 3D, own jib first; alarms at up to the safety distance. A clearance
 /// that is not a number changes nothing.
 QVector<Alarm> evaluatePairs(const FoundationData &own, const FoundationData &report,
-                             const std::array<float, 16> &distances, tBasis *entry);
-
-/// The same with the clearances measured by the plain search, segment by segment.
-ZoneResult evaluateZone(const FoundationData &own, const FoundationData &report, tBasis *entry);
-QVector<Alarm> evaluatePairs(const FoundationData &own, const FoundationData &report,
-                             tBasis *entry);
+                             const Encounter &encounter, tBasis *entry);

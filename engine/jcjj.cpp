@@ -3,7 +3,6 @@
 #include <QDebug>
 #include <QTimer>
 
-#include "geometry/pairclearances.h"
 #include "state/recordfile.h"
 
 FoundationData MParameter;
@@ -107,9 +106,9 @@ void JCJJ::runCycle(FoundationData report)
     sendAttitude();
     sendVicinity();
     sendStatus();
-    const PairClearances clearances = clearancesOf(MParameter, report);
-    sendZone(report, clearances.zone, entry);
-    sendPairs(report, clearances.pairs, entry);
+    const Encounter encounter = encounterOf(MParameter, report);
+    sendZone(report, encounter, entry);
+    sendPairs(report, encounter, entry);
 }
 
 void JCJJ::sendAttitude()
@@ -142,19 +141,17 @@ void JCJJ::sendStatus()
     Q_EMIT VicinityStatusSignals(dataTopic(), nexttring);
 }
 
-void JCJJ::sendZone(const FoundationData &report, float distance, tBasis *entry)
+void JCJJ::sendZone(const FoundationData &report, const Encounter &encounter, tBasis *entry)
 {
-    const ZoneResult zone = evaluateZone(MParameter, report, distance, entry);
-    if (zone.alarm)
-        sendAlarm(*zone.alarm, zoneAlarmLevel, MParameter.MqttTop + MParameter.duid,
+    if (const std::optional<Alarm> alarm = evaluateZone(MParameter, report, encounter, entry))
+        sendAlarm(*alarm, zoneAlarmLevel, MParameter.MqttTop + MParameter.duid,
                   QStringLiteral("rotationTorotation"));
-    qDebug() << report.name << "回转到回转" << zone.distance; // slewing to slewing
+    qDebug() << report.name << "回转到回转" << encounter.zone; // slewing to slewing
 }
 
-void JCJJ::sendPairs(const FoundationData &report, const std::array<float, 16> &distances,
-                     tBasis *entry)
+void JCJJ::sendPairs(const FoundationData &report, const Encounter &encounter, tBasis *entry)
 {
-    for (const Alarm &alarm : evaluatePairs(MParameter, report, distances, entry))
+    for (const Alarm &alarm : evaluatePairs(MParameter, report, encounter, entry))
         sendAlarm(alarm, pairAlarmLevel, dataTopic(), QStringLiteral("HeightTRotationAlarm"));
 }
 

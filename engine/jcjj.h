@@ -73,9 +73,8 @@ private:
     void sendAttitude();
     void sendVicinity();
     void sendStatus();
-    void sendZone(const FoundationData &report, float distance, tBasis *entry);
-    void sendPairs(const FoundationData &report, const std::array<float, 16> &distances,
-                   tBasis *entry);
+    void sendZone(const FoundationData &report, const Encounter &encounter, tBasis *entry);
+    void sendPairs(const FoundationData &report, const Encounter &encounter, tBasis *entry);
 
     bool m_isLoaded = false; // jcjj.txt; guarded by the mutex
     ReportTexts m_texts;     // used in a cycle only, under the mutex

@@ -3,7 +3,7 @@
 #include <QList>
 #include <QPointF>
 
-#include "geometry/line3d.h"
+#include "geometry/segments.h"
 #include "model/foundationdata.h"
 
 /// From a crane record to its segments in the pair frame. Pure functions.
@@ -41,7 +41,9 @@ public:
     /// A jib of \a length as one level segment at height \a z.
     static void rotationT3D(FoundationData fd, float length, float z, QVector3D *begin,
                             QVector3D *end, int neighbour);
-    /// The crane's four segments: jib, tower, hoist rope, counter-jib, in this order. The hook
-    /// hangs `height` below the jib; a counter-jib points away from its jib.
+    /// The crane's segments. The hook hangs `height` below the jib; a counter-jib points away from
+    /// its jib.
+    static CraneSegments segmentsOf(const FoundationData &crane, int neighbour);
+    /// The four parts of segmentsOf() with their labels.
     static QList<Line_3D> Lineto3D(FoundationData fd, int neighbour);
 };

@@ -164,12 +164,13 @@ void TestEvaluation::zoneAlarmFollowsTwiceTheSafetyDistance()
                           {40.0f, 20.0f, {}, false}};
     for (const Step &step : steps) {
         report.location_X = step.axis;
-        const ZoneResult zone = evaluateZone(own, report, &entry);
-        QVERIFY(std::fabs(zone.distance - step.distance) < 0.001f);
-        QCOMPARE(zone.alarm.has_value(), !step.text.isEmpty());
-        if (zone.alarm) {
-            QCOMPARE(zone.alarm->text, step.text);
-            QCOMPARE(zone.alarm->triggered, step.triggered);
+        const Encounter encounter = encounterOf(own, report);
+        QVERIFY(std::fabs(encounter.zone - step.distance) < 0.001f);
+        const std::optional<Alarm> alarm = evaluateZone(own, report, encounter, &entry);
+        QCOMPARE(alarm.has_value(), !step.text.isEmpty());
+        if (alarm) {
+            QCOMPARE(alarm->text, step.text);
+            QCOMPARE(alarm->triggered, step.triggered);
         }
     }
 }
@@ -179,11 +180,12 @@ void TestEvaluation::zoneRaisesWhenTheDistanceIsNotANumber()
     FoundationData report = craneWithJib(notANumber);
     report.location_X = 1000.0f;
     tBasis entry = entryAt(1000.0f);
-    ZoneResult zone = evaluateZone(craneWithJib(20.0f), report, &entry);
-    QVERIFY(zone.alarm && zone.alarm->triggered);
-    QCOMPARE(zone.alarm->text, QStringLiteral("回转距离进人7#塔机\n回转区还有nan米"));
-    zone = evaluateZone(craneWithJib(20.0f), report, &entry);
-    QVERIFY(!zone.alarm);
+    const FoundationData own = craneWithJib(20.0f);
+    const Encounter encounter = encounterOf(own, report);
+    const std::optional<Alarm> alarm = evaluateZone(own, report, encounter, &entry);
+    QVERIFY(alarm && alarm->triggered);
+    QCOMPARE(alarm->text, QStringLiteral("回转距离进人7#塔机\n回转区还有nan米"));
+    QVERIFY(!evaluateZone(own, report, encounter, &entry));
 }
 
 void TestEvaluation::pairAlarmsFollowTheSafetyDistance()
@@ -203,7 +205,7 @@ void TestEvaluation::pairAlarmsFollowTheSafetyDistance()
                                                {24.0f, {}},  {25.01f, each('-')}, {25.01f, {}}};
     for (const auto &[axis, texts] : steps) {
         report.location_X = axis;
-        QCOMPARE(textsOf(evaluatePairs(own, report, &entry)), texts);
+        QCOMPARE(textsOf(evaluatePairs(own, report, encounterOf(own, report), &entry)), texts);
     }
 }
 
@@ -220,12 +222,12 @@ void TestEvaluation::pairsAreIndependent()
     report.location_X = 40.0f;
     report.rotation = 180.0f; // points away
     tBasis entry = entryAt(40.0f);
-    QCOMPARE(textsOf(evaluatePairs(own, report, &entry)),
+    QCOMPARE(textsOf(evaluatePairs(own, report, encounterOf(own, report), &entry)),
              QStringLiteral("+\n大臂到7#塔吊塔身\n4.00米+\n吊绳到7#塔吊塔身\n4.00米"));
     QVERIFY(!entry.pairMessages[0 * 4 + 1].isEmpty());
     QVERIFY(!entry.pairMessages[2 * 4 + 1].isEmpty());
     own.armlen = 30.0f; // the hook stays
-    QCOMPARE(textsOf(evaluatePairs(own, report, &entry)),
+    QCOMPARE(textsOf(evaluatePairs(own, report, encounterOf(own, report), &entry)),
              QStringLiteral("-\n大臂到7#塔吊塔身\n4.00米"));
 }
 
@@ -237,7 +239,7 @@ void TestEvaluation::pairsIgnoreAClearanceThatIsNotANumber()
     report.location_X = 45.0f;
     tBasis entry = entryAt(45.0f);
     entry.pairMessages[3] = QStringLiteral("active");
-    QVERIFY(evaluatePairs(own, report, &entry).isEmpty());
+    QVERIFY(evaluatePairs(own, report, encounterOf(own, report), &entry).isEmpty());
     QCOMPARE(entry.pairMessages[3], QStringLiteral("active"));
 }
 

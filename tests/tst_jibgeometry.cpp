@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "geometry/distancecalculation.h"
+#include "geometry/encounter.h"
 #include "engine/jcjj.h"
 
 namespace
@@ -165,21 +165,11 @@ void TestJibGeometry::clearancesHoldToTheLastBit()
         FoundationData neighbour = crane();
         neighbour.location_X = next();
 
-        QVector<Line_3D> ownParts(1);
-        QVector<Line_3D> parts(1);
-        JCJJ::rotationT3D(own, own.armlen, 0, &ownParts[0].begin, &ownParts[0].end, 0);
-        JCJJ::rotationT3D(neighbour, neighbour.armlen, 0, &parts[0].begin, &parts[0].end, 1);
-        QVector3D nearest;
-        const auto check = [&](const Line_3D &a, const Line_3D &b) {
-            const float d = QDrawingPaperView::LineTLone(a.begin, a.end, b.begin, b.end, nearest);
-            QCOMPARE(bitsOf(d), bitsOf(next()));
-            ++clearances;
-        };
-        check(ownParts[0], parts[0]);
-        for (const Line_3D &a : JCJJ::Lineto3D(own, 0)) {
-            for (const Line_3D &b : JCJJ::Lineto3D(neighbour, 1))
-                check(a, b);
-        }
+        const Encounter encounter = encounterOf(own, neighbour);
+        QCOMPARE(bitsOf(encounter.zone), bitsOf(next()));
+        for (const float clearance : encounter.pairs)
+            QCOMPARE(bitsOf(clearance), bitsOf(next()));
+        clearances += 17;
     }
     QCOMPARE(clearances, 120 * 17);
 }

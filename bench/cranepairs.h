@@ -6,12 +6,13 @@
 #include <cmath>
 #include <cstring>
 
-#include "geometry/distancecalculation.h"
-#include "tests/hostilevalues.h"
+#include "geometry/encounter.h"
 #include "geometry/jibgeometry.h"
-#include "geometry/pairclearances.h"
+#include "geometry/reproduciblemath.h"
+#include "tests/hostilevalues.h"
 
-/// Pairs of cranes, likely and impossible ones, and their clearances the plain way.
+/// Pairs of cranes, likely and impossible ones, and their clearances the plain way: each point and
+/// each distance by itself. The yardstick of what the controller measures.
 
 struct CranePair {
     FoundationData own;
@@ -86,30 +87,92 @@ inline CranePair degeneratePair(QRandomGenerator &random)
     return pair;
 }
 
-inline float plainClearance(const Line_3D &own, const Line_3D &neighbour)
+inline float plainDistance(const QVector3D &point, const QVector3D &a, const QVector3D &b)
 {
-    QVector3D nearest;
-    return QDrawingPaperView::LineTLone(own.begin, own.end, neighbour.begin, neighbour.end,
-                                        nearest);
+    const QVector3D ab = b - a;
+    const QVector3D ap = point - a;
+    const float length = ab.length();
+    const float along = dot(ap, ab.normalized());
+    if (!(along > 0.0f)) // not a number included
+        return ap.length();
+    if (length <= along)
+        return (point - b).length();
+    return cross(ap, ab).length() / length;
 }
 
-/// The 17 clearances the plain way, segment by segment.
-inline PairClearances plainClearances(const CranePair &pair)
+inline float plainClearance(const Line_3D &own, const Line_3D &neighbour)
 {
-    Line_3D ownJib;
-    Line_3D jib;
-    JibGeometry::rotationT3D(pair.own, pair.own.armlen, 0.0f, &ownJib.begin, &ownJib.end, 0);
-    JibGeometry::rotationT3D(pair.neighbour, pair.neighbour.armlen, 0.0f, &jib.begin, &jib.end, 1);
-    PairClearances clearances{};
-    clearances.zone = plainClearance(ownJib, jib);
-    const QList<Line_3D> ownParts = JibGeometry::Lineto3D(pair.own, 0);
-    const QList<Line_3D> parts = JibGeometry::Lineto3D(pair.neighbour, 1);
-    auto clearance = clearances.pairs.begin();
+    QVector3D low = neighbour.begin;
+    QVector3D high = neighbour.end;
+    float highDistance = 0.0f;
+    for (int i = 0; i < 16; ++i) {
+        const float lowDistance = plainDistance(low, own.begin, own.end);
+        highDistance = plainDistance(high, own.begin, own.end);
+        if (static_cast<double>(std::fabs(lowDistance - highDistance)) < 0.01)
+            break;
+        const QVector3D middle = (low + high) * 0.5f;
+        if (!(lowDistance < highDistance))
+            low = high;
+        high = middle;
+    }
+    return highDistance;
+}
+
+inline QVector3D atHeight(const QPointF &point, float z)
+{
+    return QVector3D(static_cast<float>(point.x()), static_cast<float>(point.y()), z);
+}
+
+inline QPointF axisOf(const FoundationData &crane, bool isNeighbour)
+{
+    return QPointF(isNeighbour ? static_cast<double>(crane.location_X) : 0.0, 0.0);
+}
+
+inline float directionOf(const FoundationData &crane, bool isNeighbour)
+{
+    return isNeighbour ? JibGeometry::HcalculateDegree(crane.rotation, crane.offset)
+                       : JibGeometry::McalculateDegree(crane.rotation, crane.offset);
+}
+
+inline Line_3D plainPlan(FoundationData crane, bool isNeighbour)
+{
+    const QPointF axis = axisOf(crane, isNeighbour);
+    const float direction = directionOf(crane, isNeighbour);
+    return {QString(), atHeight(axis, 0.0f),
+            atHeight(JibGeometry::calculateEndpoint(axis, crane.armlen, direction), 0.0f)};
+}
+
+inline QList<Line_3D> plainParts(FoundationData crane, bool isNeighbour)
+{
+    const QPointF axis = axisOf(crane, isNeighbour);
+    const float direction = directionOf(crane, isNeighbour);
+    const float jib = crane.craneheight + crane.foundation;
+    const QVector3D root = atHeight(axis, jib);
+    const QPointF trolley = JibGeometry::calculateEndpoint(axis, crane.travel, direction);
+    const auto end = [&](float length, float angle) {
+        return atHeight(JibGeometry::calculateEndpoint(axis, length, angle), jib);
+    };
+    return {
+        {QStringLiteral("大臂"), root, end(crane.armlen, direction)},
+        {QStringLiteral("塔身"), atHeight(axis, 0.0f), atHeight(axis, jib + crane.towerhead)},
+        {QStringLiteral("吊绳"), atHeight(trolley, jib), atHeight(trolley, jib - crane.height)},
+        {QStringLiteral("后臂"), root, end(crane.reararm, direction + 180.0f)},
+    };
+}
+
+/// The 17 clearances the plain way, segment by segment; no segments.
+inline Encounter plainEncounter(const CranePair &pair)
+{
+    Encounter encounter{};
+    encounter.zone = plainClearance(plainPlan(pair.own, false), plainPlan(pair.neighbour, true));
+    const QList<Line_3D> ownParts = plainParts(pair.own, false);
+    const QList<Line_3D> parts = plainParts(pair.neighbour, true);
+    auto clearance = encounter.pairs.begin();
     for (const Line_3D &ownPart : ownParts) {
         for (const Line_3D &part : parts)
             *clearance++ = plainClearance(ownPart, part);
     }
-    return clearances;
+    return encounter;
 }
 
 /// The same bits; any two that are not a number count as the same, since which operand's sign and
@@ -120,7 +183,7 @@ inline bool isSame(float a, float b)
 }
 
 /// Index of the first clearance that differs, 16 for the zone; -1 if none does.
-inline int firstDifference(const PairClearances &a, const PairClearances &b)
+inline int firstDifference(const Encounter &a, const Encounter &b)
 {
     for (size_t i = 0; i < a.pairs.size(); ++i) {
         if (!isSame(a.pairs[i], b.pairs[i]))
