@@ -10,6 +10,7 @@
 #include "model/documents.h"
 #include "state/echo.h"
 #include "cloud/mqttclient.h"
+#include "state/cranefiles.h"
 #include "state/recordfile.h"
 
 QString LOCAL_QRCODE_TX;
@@ -21,26 +22,9 @@ namespace
 
 constexpr int mostNeighbours = 9999;
 
-// One table drives both directions, so a key cannot be saved and not loaded.
-constexpr NumberMember<FoundationData> numberMembers[] = {
-    {QLatin1String("armlen"), &FoundationData::armlen},
-    {QLatin1String("reararm"), &FoundationData::reararm},
-    {QLatin1String("craneheight"), &FoundationData::craneheight},
-    {QLatin1String("foundation"), &FoundationData::foundation},
-    {QLatin1String("offset"), &FoundationData::offset},
-    {QLatin1String("armwidth"), &FoundationData::armwidth},
-};
-
-constexpr TextMember<FoundationData> textMembers[] = {
-    {QLatin1String("top"), &FoundationData::duid},
-    {QLatin1String("name"), &FoundationData::name},
-    {QLatin1String("type"), &FoundationData::type},
-    {QLatin1String("heightzero"), &FoundationData::heightzero},
-};
-
 StateFile cloudFile()
 {
-    return StateFile(QStringLiteral("mymqtt.txt"), QStringLiteral("mymqtt配置文件"));
+    return StateFile(CloudFile::name, CloudFile::label);
 }
 
 /// The last level but one, which is the crane's device id; null where the topic has fewer levels.
@@ -190,10 +174,10 @@ void MqttThread::VicinityStatusSlots(QString top, QString string)
 
 void MqttThread::ConfigureStaticRead()
 {
-    appendRecords(cloudFile(), numberMembers, textMembers, &foundata);
+    appendRecords(cloudFile(), CloudFile::numbers, CloudFile::texts, &foundata);
 }
 
 void MqttThread::ConfigureStaticWrit()
 {
-    writeRecords(cloudFile(), numberMembers, textMembers, foundata);
+    writeRecords(cloudFile(), CloudFile::numbers, CloudFile::texts, foundata);
 }

@@ -3,6 +3,7 @@
 #include <QDebug>
 #include <QTimer>
 
+#include "state/cranefiles.h"
 #include "state/recordfile.h"
 
 FoundationData MParameter;
@@ -15,28 +16,9 @@ std::mutex engineMutex; // guards basis; not Qt's, which the thread sanitizer ca
 
 constexpr int tickMs = 1000;
 
-// One table drives both directions, so a key cannot be saved and not loaded.
-constexpr NumberMember<tBasis> numberMembers[] = {
-    {QLatin1String("location_X"), &tBasis::location_X},
-    {QLatin1String("location_Y"), &tBasis::location_Y},
-    {QLatin1String("moffset"), &tBasis::moffset},
-    {QLatin1String("hoffset"), &tBasis::hoffset},
-    {QLatin1String("absolute_X"), &tBasis::absolute_X},
-    {QLatin1String("absolute_Y"), &tBasis::absolute_Y},
-    {QLatin1String("armwidth"), &tBasis::armwidth},
-    {QLatin1String("craneheight"), &tBasis::craneheight},
-};
-
-constexpr TextMember<tBasis> textMembers[] = {
-    {QLatin1String("top"), &tBasis::duid},
-    {QLatin1String("name"), &tBasis::name},
-    {QLatin1String("heightzero"), &tBasis::heightzero},
-    {QLatin1String("type"), &tBasis::type},
-};
-
 StateFile engineFile()
 {
-    return StateFile(QStringLiteral("jcjj.txt"), QStringLiteral("jcjj.txt配置文件"));
+    return StateFile(CalibrationFile::name, CalibrationFile::label);
 }
 
 /// Prefix of the own vicinity topics, and the topic of the pair alarms.
@@ -166,10 +148,10 @@ void JCJJ::sendAlarm(const Alarm &alarm, int level, const QString &top, const QS
 
 void JCJJ::ConfigureStaticRead()
 {
-    appendRecords(engineFile(), numberMembers, textMembers, &basis);
+    appendRecords(engineFile(), CalibrationFile::numbers, CalibrationFile::texts, &basis);
 }
 
 void JCJJ::ConfigureStaticWrit()
 {
-    writeRecords(engineFile(), numberMembers, textMembers, basis);
+    writeRecords(engineFile(), CalibrationFile::numbers, CalibrationFile::texts, basis);
 }

@@ -8,38 +8,17 @@
 
 #include "model/documents.h"
 #include "state/echo.h"
-#include "model/jsonmembers.h"
 #include "local/localclient.h"
-#include "state/statefile.h"
+#include "state/cranefiles.h"
 
 FoundationData founData;
 
 namespace
 {
 
-// One table drives both directions, so a key cannot be saved and not loaded.
-constexpr NumberMember<FoundationData> numberMembers[] = {
-    {QLatin1String("armlen"), &FoundationData::armlen},
-    {QLatin1String("craneheight"), &FoundationData::craneheight},
-    {QLatin1String("foundation"), &FoundationData::foundation},
-    {QLatin1String("reararm"), &FoundationData::reararm},
-    {QLatin1String("offset"), &FoundationData::offset},
-    {QLatin1String("safelen"), &FoundationData::safelen},
-    {QLatin1String("armwidth"), &FoundationData::armwidth},
-};
-
-constexpr TextMember<FoundationData> textMembers[] = {
-    {QLatin1String("name"), &FoundationData::name},
-    {QLatin1String("MqttTop"), &FoundationData::MqttTop},
-    {QLatin1String("top"), &FoundationData::duid},
-    {QLatin1String("type"), &FoundationData::type},
-    {QLatin1String("heightzero"), &FoundationData::heightzero},
-    {QLatin1String("MqttDataTop"), &FoundationData::MqttDataTop},
-};
-
 StateFile localFile()
 {
-    return StateFile(QStringLiteral("localdata.txt"), QStringLiteral("localdata.txt配置文件"));
+    return StateFile(LocalFile::name, LocalFile::label);
 }
 
 void logMessage(const QMQTT::Message &message)
@@ -232,10 +211,10 @@ void LocalData::VicinityStatusSlots(QString tring)
 void LocalData::ConfigureStaticRead()
 {
     if (const std::optional<QJsonObject> json = localFile().readObject())
-        readMembers(*json, numberMembers, textMembers, &founData);
+        readMembers(*json, LocalFile::numbers, LocalFile::texts, &founData);
 }
 
 void LocalData::ConfigureStaticWrit()
 {
-    localFile().write(QJsonDocument(writeMembers(founData, numberMembers, textMembers)));
+    localFile().write(QJsonDocument(writeMembers(founData, LocalFile::numbers, LocalFile::texts)));
 }

@@ -9,6 +9,7 @@
 
 #include "radio/portlock.h"
 #include "radio/radioneighbours.h"
+#include "state/cranefiles.h"
 #include "state/recordfile.h"
 
 namespace
@@ -18,24 +19,9 @@ const QString portPath = QStringLiteral("/dev/ttyUSB0");
 constexpr int sendIntervalMs = 500;
 constexpr int retryIntervalMs = 1000;
 
-// One table drives both directions, so a key cannot be saved and not loaded.
-constexpr NumberMember<FoundationData> numberMembers[] = {
-    {QLatin1String("location_X"), &FoundationData::location_X},
-    {QLatin1String("location_Y"), &FoundationData::location_Y},
-    {QLatin1String("armwidth"), &FoundationData::armwidth},
-    {QLatin1String("craneheight"), &FoundationData::craneheight},
-};
-
-constexpr TextMember<FoundationData> textMembers[] = {
-    {QLatin1String("top"), &FoundationData::duid},
-    {QLatin1String("name"), &FoundationData::name},
-    {QLatin1String("heightzero"), &FoundationData::heightzero},
-    {QLatin1String("type"), &FoundationData::type},
-};
-
 StateFile radioFile()
 {
-    return StateFile(QStringLiteral("Radio.txt"), QStringLiteral("Radio.txt配置文件"));
+    return StateFile(RadioFile::name, RadioFile::label);
 }
 
 } // namespace
@@ -170,10 +156,10 @@ void Radio::receive()
 
 void Radio::ConfigureStaticRead()
 {
-    appendRecords(radioFile(), numberMembers, textMembers, &m_neighbours);
+    appendRecords(radioFile(), RadioFile::numbers, RadioFile::texts, &m_neighbours);
 }
 
 void Radio::ConfigureStaticWrit()
 {
-    writeRecords(radioFile(), numberMembers, textMembers, m_neighbours);
+    writeRecords(radioFile(), RadioFile::numbers, RadioFile::texts, m_neighbours);
 }

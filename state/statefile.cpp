@@ -174,13 +174,15 @@ void StateFile::write(const QJsonDocument &document) const
         reportUnusable();
         return;
     }
-    echo(m_label.toUtf8() + "写入" + text);
+    if (isOwner())
+        echo(m_label.toUtf8() + "写入" + text);
 }
 
 /// The text as UTF-8, free of broken bytes, after its echo.
 std::optional<QByteArray> StateFile::readText() const
 {
-    ::unlink(temporaryOf(placeOf(m_name)).constData()); // of a process that was killed
+    if (isOwner()) // of a process that was killed
+        ::unlink(temporaryOf(placeOf(m_name)).constData());
     QFile file(m_name);
     // Only a plain file: opening a pipe that lies in its place would wait for a writer.
     if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) {
@@ -189,7 +191,8 @@ std::optional<QByteArray> StateFile::readText() const
     }
     const QByteArray bytes = file.readAll();
     const QByteArray text = QString::fromUtf8(bytes.constData()).toUtf8(); // to the first NUL
-    echo(m_label.toUtf8() + text);
+    if (isOwner())
+        echo(m_label.toUtf8() + text);
     return text;
 }
 

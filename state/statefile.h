@@ -21,8 +21,9 @@ class QJsonDocument;
 class StateFile
 {
 public:
-    /// \a label begins the echoes; it is not always the name.
-    StateFile(QString name, QString label);
+    /// \a label begins the echoes; it is not always the name. Whoever reads the file of another
+    /// process gives none: nothing is echoed then, and nothing in the folder is touched.
+    explicit StateFile(QString name, QString label = QString());
 
     /// The file's object. A damaged file, or one that holds no object, reads as an empty object
     /// after "JSON parse error: 读取配置文件错误" and the parser's text; nothing where the file
@@ -54,6 +55,7 @@ public:
     void write(const QJsonDocument &document) const;
 
 private:
+    bool isOwner() const { return !m_label.isEmpty(); }
     std::optional<QByteArray> readText() const;
     bool replaceBy(const QByteArray &bytes) const;
 
